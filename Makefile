@@ -1,0 +1,57 @@
+# Entry points: make deps | build | test | demo | bench | fuzz. SANITIZE=1 builds with ASan+UBSan.
+SHELL := /bin/bash
+JOBS ?= $(shell nproc)
+SANITIZE ?= 0
+FUZZ_SECONDS ?= 60
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+ifeq ($(SANITIZE),1)
+BUILD_DIR ?= build-san
+CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSES_SANITIZE="address;undefined"
+else
+BUILD_DIR ?= build
+CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=Release
+endif
+
+DEB_PACKAGES := cmake make g++ pkg-config ccache binutils qtbase5-dev libtinyxml-dev rapidjson-dev \
+	libcurl4-openssl-dev libcurl4 googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev
+
+.PHONY: deps build test demo bench fuzz clean
+
+deps:
+	@missing=""; for p in $(DEB_PACKAGES); do \
+		dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
+	done; \
+	if [ -n "$$missing" ]; then \
+		echo "Installing:$$missing"; \
+		$(SUDO) apt-get update && DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y $$missing; \
+	fi
+
+build: deps
+	cmake -S . -B $(BUILD_DIR) $(CMAKE_EXTRA)
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+test: build
+	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	@bash tools/demo.sh $(BUILD_DIR)
+
+bench: deps
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DSES_BENCH=ON -DSES_TESTS=OFF
+	cmake --build build-bench -j $(JOBS)
+	@for b in build-bench/bin/bench_*; do echo "== $$b"; $$b; done
+
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSES_FUZZ=ON \
+		-DSES_TESTS=OFF -DSES_SANITIZE="address;undefined"
+	cmake --build build-fuzz -j $(JOBS)
+	@for f in build-fuzz/bin/fuzz_*; do \
+		name=$$(basename $$f); name=$${name#fuzz_}; corpus=build-fuzz/corpus/$$name; \
+		mkdir -p $$corpus; [ -d fuzz/corpus/$$name ] && cp -n fuzz/corpus/$$name/* $$corpus/ 2>/dev/null; \
+		echo "== $$f for $(FUZZ_SECONDS)s"; \
+		$$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $$corpus || exit 1; \
+	done
+
+clean:
+	rm -rf build build-san build-bench build-fuzz

@@ -1,0 +1,308 @@
+#include "ca/CryptPacket.h"
+
+#include <cstring>
+#include <iterator>
+
+#include "ca/Encode.h"
+#include "config/Network.h"
+#include "module/ErrorMessageHelper.h"
+#include "module/Lng.h"
+#include "module/Log.h"
+
+namespace ca {
+
+FileData::FileData(const uint8_t* bytes, uint32_t inSize) : data(CopyBlob(bytes, inSize)), size(inSize) {}
+
+void FileData::FromJson(const JsonValue& value) {
+    const char* text = ExpectString(value);
+    data.reset();
+    size = 0;
+    Base64Decode(text, data, size);
+}
+
+void FileData::ToJson(JsonWriter& writer) const { WriteBase64(writer, data.get(), size); }
+
+namespace {
+
+void WriteNonEmpty(JsonWriter& writer, const char* key, const std::wstring& text) {
+    if (!text.empty()) {
+        WriteKey(writer, key);
+        WriteWString(writer, text);
+    }
+}
+
+void WriteBlob(JsonWriter& writer, const char* key, const Blob& blob) {
+    if (blob.size != 0 && blob.data != nullptr) {
+        WriteKey(writer, key);
+        WriteBase64(writer, blob.data.get(), blob.size);
+    }
+}
+
+// TextOf converts a string value (embedded NULs kept) or throws Exception(16300).
+std::wstring TextOf(const JsonValue& value) {
+    const char* text = ExpectString(value);
+    return u8u16(text, value.GetStringLength());
+}
+
+// ReadFlag reads a bool key and records its presence in the mask.
+void ReadFlag(const JsonValue& doc, const char* key, bool& field, uint32_t& mask, uint32_t bit) {
+    if (ReadBool(doc, key, field)) {
+        mask |= bit;
+    }
+}
+
+void ReadNumber(const JsonValue& doc, const char* key, uint32_t& field, uint32_t& mask, uint32_t bit) {
+    if (ReadUint(doc, key, field)) {
+        mask |= bit;
+    }
+}
+
+// AttachRawBytes takes the "fileDataSize" bytes that follow the JSON text's NUL.
+void AttachRawBytes(SerializableContainer& container, const char* text, uint32_t length, uint32_t dataSize) {
+    const size_t jsonLength = strnlen(text, length);
+    if (jsonLength + 1 + static_cast<size_t>(dataSize) > length) {
+        throw Exception(kNoDataInArgs);
+    }
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text) + jsonLength + 1;
+    container.SetObject(std::make_unique<FileData>(bytes, dataSize), true);
+}
+
+}  // namespace
+
+CryptRequest::~CryptRequest() = default;
+
+void CryptRequest::FromJson(char* text, uint32_t length) {
+    if (text == nullptr) {
+        throw Exception(kJsonError);
+    }
+    const bool preParsed = PreParseFileData(text, length);
+    rapidjson::Document doc;
+    ParseJson(doc, text, strnlen(text, length));
+    if (!doc.IsObject()) {
+        throw Exception(kJsonError);
+    }
+    ReadUint(doc, "mode", mode);
+    ReadWString(doc, "extInitParams", extInitParams);
+    ReadWString(doc, "clientId", clientId);
+    ReadFlag(doc, "test", test, presenceMask, kBitTest);
+    if (test) {
+        return;  // a probe call: the rest of the document is not looked at
+    }
+    if (const JsonValue* sender = FindMember(doc, "senderCertId"); sender != nullptr && sender->IsString()) {
+        senderCertId = u8u16(sender->GetString(), sender->GetStringLength());
+    }
+    ReadWString(doc, "recipientCertId", recipientCertId);
+    ReadNumber(doc, "certInclude", certInclude, presenceMask, kBitCertInclude);
+    ReadNumber(doc, "signerIndex", signerIndex, presenceMask, kBitSignerIndex);
+    ReadFlag(doc, "isAttached", isAttached, presenceMask, kBitIsAttached);
+    ReadFlag(doc, "needExtraction", needExtraction, presenceMask, kBitNeedExtraction);
+    ReadFlag(doc, "addSigner", addSigner, presenceMask, kBitAddSigner);
+    ReadFlag(doc, "streamFinalChunk", streamFinalChunk, presenceMask, kBitStreamFinalChunk);
+    ReadNumber(doc, "streamId", streamId, presenceMask, kBitStreamId);
+    ReadWString(doc, "comment", comment);
+    ReadWString(doc, "uri", uri);
+
+    if (const JsonValue* hashAlg = FindMember(doc, "hashAlg"); hashAlg != nullptr) {
+        // The algorithm name travels as the bytes of its wide string, terminator included.
+        const std::wstring name = TextOf(*hashAlg);
+        const size_t bytes = (name.size() + 1) * sizeof(wchar_t);
+        params.data = CopyBlob(reinterpret_cast<const uint8_t*>(name.c_str()), bytes);
+        params.size = static_cast<uint32_t>(bytes);
+    } else {
+        ReadBase64(doc, "params", params);
+    }
+
+    if (!ReadBase64(doc, "sendSignData", sendSignData)) {
+        if (const JsonValue* list = FindMember(doc, "signatures"); list != nullptr && list->IsArray()) {
+            for (const JsonValue& item : list->GetArray()) {
+                Blob blob;
+                Base64Decode(ExpectString(item), blob.data, blob.size);
+                signatures.push_back(std::move(blob));
+            }
+        }
+    }
+
+    if (!preParsed) {
+        uint32_t dataSize = 0;
+        if (const JsonValue* url = FindMember(doc, "fileDataUrl"); url != nullptr) {
+            MallocPtr bytes;
+            const uint32_t size = Http::GetBlob(ExpectString(*url), bytes);
+            SetObject(std::make_unique<FileData>(std::move(bytes), size), true);
+        } else if (ReadUint(doc, "fileDataSize", dataSize)) {
+            AttachRawBytes(*this, text, length, dataSize);
+            binaryFileData = true;
+        } else {
+            static constexpr int kRequestRecords[] = {kTypeFileData, kTypeStoreAddress, kTypeStoreAddresses,
+                                                      kTypeConfig, kTypePKIConfig};
+            ReadRecords(doc, kRequestRecords, std::size(kRequestRecords));
+        }
+    }
+
+    if (const JsonValue* stores = FindMember(doc, "currentStores"); stores != nullptr) {
+        std::unique_ptr<ISerializable> record = CreateRecord(kTypeStoreAddresses);
+        if (record != nullptr) {
+            record->FromJson(*stores);
+            currentStores = std::move(record);
+        }
+    }
+    if (const JsonValue* url = FindMember(doc, "uploadUrl"); url != nullptr && !url->IsNull()) {
+        uploadUrl = TextOf(*url);
+    }
+    ReadBool(doc, "redirected", redirected);
+}
+
+void CryptRequest::ToJson(rapidjson::StringBuffer& buffer) const {
+    JsonWriter writer(buffer);
+    writer.StartObject();
+    WriteKey(writer, "mode");
+    writer.Uint(mode);
+    WriteNonEmpty(writer, "extInitParams", extInitParams);
+    WriteNonEmpty(writer, "clientId", clientId);
+    WriteNonEmpty(writer, "senderCertId", senderCertId);
+    WriteNonEmpty(writer, "recipientCertId", recipientCertId);
+    struct SFlag {
+        uint32_t bit;
+        const char* key;
+        bool isNumber;
+        bool CryptRequest::*flag;
+        uint32_t CryptRequest::*number;
+    };
+    static constexpr SFlag kFlags[] = {
+        {kBitTest, "test", false, &CryptRequest::test, nullptr},
+        {kBitCertInclude, "certInclude", true, nullptr, &CryptRequest::certInclude},
+        {kBitSignerIndex, "signerIndex", true, nullptr, &CryptRequest::signerIndex},
+        {kBitIsAttached, "isAttached", false, &CryptRequest::isAttached, nullptr},
+        {kBitNeedExtraction, "needExtraction", false, &CryptRequest::needExtraction, nullptr},
+        {kBitAddSigner, "addSigner", false, &CryptRequest::addSigner, nullptr},
+        {kBitStreamFinalChunk, "streamFinalChunk", false, &CryptRequest::streamFinalChunk, nullptr},
+        {kBitStreamId, "streamId", true, nullptr, &CryptRequest::streamId},
+    };
+    for (const SFlag& f : kFlags) {
+        if ((presenceMask & f.bit) == 0) {
+            continue;
+        }
+        WriteKey(writer, f.key);
+        if (f.isNumber) {
+            writer.Uint(this->*f.number);
+        } else {
+            writer.Bool(this->*f.flag);
+        }
+    }
+    WriteNonEmpty(writer, "comment", comment);
+    WriteNonEmpty(writer, "uri", uri);
+    WriteBlob(writer, "sendSignData", sendSignData);
+    // Deliberate: a "hashAlg" read as text is written back as base64 of its wide-character bytes.
+    WriteBlob(writer, mode == 56 ? "hashAlg" : "params", params);
+    WriteNonEmpty(writer, "uploadUrl", uploadUrl);
+    WriteKey(writer, "redirected");
+    writer.Bool(redirected);
+    WriteRecords(writer, binaryFileData, nullptr);
+    writer.EndObject();
+}
+
+void CryptResponse::FromJson(char* text, uint32_t length) {
+    rapidjson::Document doc;
+    ParseJson(doc, text, text == nullptr ? 0 : strnlen(text, length));
+    if (!doc.IsObject()) {
+        throw Exception(kJsonError);
+    }
+    ReadUint(doc, "errorCode", errorCode);
+    ReadWString(doc, "errorMessage", errorMessage);
+    ReadWString(doc, "needCertId", needCertId);
+    ReadUint(doc, "streamId", streamId);
+    ReadBool(doc, "isAttached", isAttached);
+    ReadBase64(doc, "sendSignData", sendSignData);
+    uint32_t dataSize = 0;
+    if (ReadUint(doc, "fileDataSize", dataSize)) {
+        AttachRawBytes(*this, text, length, dataSize);
+        binaryFileData = true;
+        return;
+    }
+    static constexpr int kResponseRecords[] = {
+        kTypeFileData,  kTypeStores,       kTypeCertificates,   kTypeCrl,     kTypeSignInfo,
+        kTypeSignInfoArray, kTypeCertInfo, kTypeCertInfos,      kTypeStoreAddress, kTypeStoreAddresses,
+        kTypeCrlInfo,   kTypeConfig,       kTypeVerifyResult};
+    ReadRecords(doc, kResponseRecords, std::size(kResponseRecords));
+}
+
+void CryptResponse::ToJson(rapidjson::StringBuffer& buffer) const {
+    JsonWriter writer(buffer);
+    writer.StartObject();
+    WriteKey(writer, "errorCode");
+    writer.Uint(errorCode);
+    WriteKey(writer, "errorMessage");
+    WriteWString(writer, errorMessage);
+    WriteNonEmpty(writer, "needCertId", needCertId);
+    if (streamId != 0) {
+        WriteKey(writer, "streamId");
+        writer.Uint(streamId);
+    }
+    WriteBlob(writer, "sendSignData", sendSignData);
+    WriteRecords(writer, binaryFileData, &isAttached);
+    writer.EndObject();
+}
+
+void CryptPacket::UploadFileData(unsigned int timeout) {
+    LogEventFmt(L"UploadFileData(%u)", false, timeout);
+    const uint8_t* data = response.GetFileData();
+    const uint32_t size = response.GetFileDataSize();
+    if (request.uploadUrl.empty() || data == nullptr) {
+        LogEvent(SetVALKOMessage(msg::kUploadNothing), false);
+        response.errorCode = kUploadError;
+        response.errorMessage = GetErrorMessage(kUploadError, false) + GetErrorMessage(kNoDataInArgs, false);
+        return;
+    }
+    const std::vector<std::string> headers{"Content-Type: application/octet-stream"};
+    LogEventFmt(SetVALKOMessage(msg::kUploadStart), false, size, request.uploadUrl.c_str());
+    MallocPtr answer;
+    uint32_t answerSize = 0;
+    std::string errorText;
+    const uint32_t result = Http::PostBlob(u16u8(request.uploadUrl), static_cast<long>(timeout), headers, data,
+                                           size, answer, answerSize, errorText);
+    if (result != 0) {
+        LogEventFmt(SetVALKOMessage(msg::kUploadFailed), false, result);
+        response.errorCode = kUploadError;
+        response.errorMessage = GetErrorMessage(kUploadError, false) + u8u16(errorText);
+        LogEvent(response.errorMessage.c_str(), true);
+        return;
+    }
+    LogEventFmt(SetVALKOMessage(msg::kUploadDone), false, answerSize);
+    response.SetObject(std::make_unique<FileData>(std::move(answer), answerSize), true);
+}
+
+namespace {
+
+// ReplaceFileData decodes the request's payload with the given armours and, when something was
+// decoded, makes it the request's only record.
+void ReplaceFileData(CryptRequest& request, const std::vector<TokenPair>& tokens) {
+    MallocPtr decoded;
+    uint32_t decodedSize = 0;
+    if (DecodeBase64IfNeeded(request.GetFileData(), request.GetFileDataSize(), tokens, decoded, decodedSize)) {
+        request.SetObject(std::make_unique<FileData>(std::move(decoded), decodedSize), true);
+    }
+}
+
+}  // namespace
+
+void CryptPacket::CertBase64FormattedDecodeIfNeeded() { ReplaceFileData(request, {CERT_TOKEN}); }
+
+void CryptPacket::EncBase64FormattedDecodeIfNeeded() {
+    ReplaceFileData(request, {ENC_TOKEN, PKCS7_TOKEN, CMS_SIGN_TOKEN});
+}
+
+void CryptPacket::SignBase64FormattedDecodeIfNeeded() {
+    const std::vector<TokenPair> tokens{PKCS7_SIGN_TOKEN, CMS_SIGN_TOKEN, PKCS7_TOKEN};
+    if (request.isAttached && request.GetFileData() != nullptr) {
+        ReplaceFileData(request, tokens);
+        return;
+    }
+    MallocPtr decoded;
+    uint32_t decodedSize = 0;
+    if (DecodeBase64IfNeeded(request.sendSignData.data.get(), request.sendSignData.size, tokens, decoded,
+                             decodedSize)) {
+        request.sendSignData.data = std::move(decoded);
+        request.sendSignData.size = decodedSize;
+    }
+}
+
+}  // namespace ca

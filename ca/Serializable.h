@@ -1,0 +1,77 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "ca/Json.h"
+
+namespace ca {
+
+// ISerializable is the base of every record that travels in the request/response envelope.
+class ISerializable {
+public:
+    virtual void FromJson(const JsonValue& value) = 0;
+    virtual void ToJson(JsonWriter& writer) const = 0;
+    virtual int GetType() const = 0;
+    virtual std::wstring GetTagString() const { return {}; }
+    virtual ~ISerializable() = default;
+};
+
+// Type ids of the envelope records; stags holds their JSON keys.
+enum RecordType : int {
+    kTypeFileData = 0,
+    kTypeStores = 1,
+    kTypeCertificates = 2,
+    kTypeCrl = 3,
+    kTypeSignInfo = 4,
+    kTypeSignInfoArray = 5,
+    kTypeCertInfo = 6,
+    kTypeCertInfos = 7,
+    kTypeStoreAddress = 8,
+    kTypeStoreAddresses = 9,
+    kTypeCrlInfo = 10,
+    kTypeConfig = 11,
+    kTypePKIConfig = 12,
+    kTypeVerifyResult = 13,
+    kTypeCMSInfo = 14,
+    kTypeCertForCheck = 15,
+    kTypeCertManChainStatus = 16,
+    kTypeAttrCertInfo = 17,
+};
+
+extern const char* const stags[18];
+
+// CreateRecord returns an empty record for an envelope type id, or null when this module has no
+// record for it (the key is then not read).
+std::unique_ptr<ISerializable> CreateRecord(int type);
+
+// SerializableContainer maps type ids to owned records, at most one per id.
+class SerializableContainer {
+public:
+    // SetObject stores record under its type id, replacing (destroying) the one held there; with
+    // clear set every record is destroyed first.
+    void SetObject(std::unique_ptr<ISerializable> record, bool clear);
+    ISerializable* GetObject(int type) const;
+    const uint8_t* GetFileData() const;
+    uint32_t GetFileDataSize() const;
+    // PreParseFileData lifts a "fileDataEncodedSize" payload out of the raw request text
+    // (text[0, length) must hold the JSON's terminating NUL). True when it attached the data.
+    bool PreParseFileData(char* text, size_t length);
+    void Clear() { objects.clear(); }
+    const std::map<int, std::unique_ptr<ISerializable>>& Objects() const { return objects; }
+
+protected:
+    SerializableContainer() = default;
+    ~SerializableContainer() = default;
+    // WriteRecords writes the records in ascending id order; binaryFileData writes "fileDataSize"
+    // instead of the file data, isAttached follows "signInfo".
+    void WriteRecords(JsonWriter& writer, bool binaryFileData, const bool* isAttached) const;
+    // ReadRecords reads the listed keys, each into a new record attached without clearing.
+    void ReadRecords(const JsonValue& document, const int* types, size_t count);
+
+private:
+    std::map<int, std::unique_ptr<ISerializable>> objects;
+};
+
+}  // namespace ca

@@ -1,0 +1,141 @@
+#include "module/CryptoModule.h"
+
+#include <cstring>
+#include <exception>
+
+#include "ca/Encode.h"
+#include "ca/ErrorCodes.h"
+#include "mod_ses.h"
+#include "module/ErrorMessageHelper.h"
+#include "module/Lng.h"
+#include "module/Log.h"
+#include "module/MessageBox.h"
+
+namespace ca {
+
+namespace {
+
+// The answer of last resort, when even building an answer failed (memory exhausted).
+constexpr char kFallbackAnswer[] = "{\"errorCode\":16197,\"errorMessage\":\"ERROR Execution error\"}";
+
+void AnswerExecutionError(CryptPacket& packet) {
+    packet.response.Clear();
+    packet.response.binaryFileData = false;
+    packet.response.errorCode = kExecutionError;
+    packet.response.errorMessage = GetErrorMessage(kExecutionError, true);
+}
+
+void WriteAnswer(CMPacket& host, const CryptResponse& response) {
+    rapidjson::StringBuffer buffer(nullptr, 256);
+    response.ToJson(buffer);
+    const size_t jsonLength = buffer.GetSize();
+    const uint8_t* data = nullptr;
+    size_t dataSize = 0;
+    const bool dataFollows = response.binaryFileData && response.GetObject(kTypeFileData) != nullptr;
+    if (dataFollows) {
+        data = response.GetFileData();
+        dataSize = response.GetFileDataSize();
+    }
+    MallocPtr answer = AllocOrThrow(jsonLength + 1 + dataSize);
+    std::memcpy(answer.get(), buffer.GetString(), jsonLength);
+    answer[jsonLength] = 0;
+    if (dataSize != 0) {
+        std::memcpy(answer.get() + jsonLength + 1, data, dataSize);
+    }
+    // Deliberate: the NUL is counted only when data follows it.
+    host.responseSize = dataFollows ? jsonLength + 1 + dataSize : jsonLength;
+    host.response = reinterpret_cast<char*>(answer.release());
+}
+
+}  // namespace
+
+void CryptoModule::_RunRequest(const CMPacket& host, CryptPacket& packet) {
+    try {
+        MallocPtr text = AllocOrThrow(static_cast<size_t>(host.requestLength) + 1);
+        if (host.request != nullptr && host.requestLength != 0) {
+            std::memcpy(text.get(), host.request, host.requestLength);
+        }
+        text[host.requestLength] = 0;  // keeps every text scan inside the copy
+        packet.request.FromJson(host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()),
+                                host.requestLength);
+        text.reset();
+        if (config.logMode == 3) {
+            const std::string encoded =
+                Base64Encode(packet.request.GetFileData(), packet.request.GetFileDataSize());
+            LogEvent((L"Request filedata : " + u8u16(encoded)).c_str(), false);
+        }
+        ProcessClientRequest(packet, host.isLocal);
+        packet.response.binaryFileData = packet.request.binaryFileData;
+        if (packet.response.errorCode == 0 && !packet.request.uploadUrl.empty() &&
+            packet.request.streamFinalChunk) {
+            packet.UploadFileData(30000);
+        }
+    } catch (const Exception& e) {
+        LogError(GetLineString("CryptoModule", 95).c_str(), L"", e.code, false);
+        packet.response.errorCode = e.code;
+        packet.response.errorMessage = GetErrorMessage(e.code, true);
+    } catch (const std::exception& e) {
+        // A host must never die because of a request: foreign exceptions become 16197.
+        LogEvent((L"CryptoModule:101: " + u8u16(e.what())).c_str(), true);
+        AnswerExecutionError(packet);
+    } catch (...) {
+        LogEvent(L"CryptoModule:104: unknown exception", true);
+        AnswerExecutionError(packet);
+    }
+}
+
+void CryptoModule::ProcessJson(CMPacket& host) noexcept {
+    host.response = nullptr;
+    host.responseSize = 0;
+    try {
+        CryptPacket packet;
+        _RunRequest(host, packet);
+        try {
+            WriteAnswer(host, packet.response);
+            return;
+        } catch (const Exception& e) {
+            // The answer itself could not be built (too large, out of memory): answer the code alone.
+            packet.response.Clear();
+            packet.response.binaryFileData = false;
+            packet.response.errorCode = e.code;
+            packet.response.errorMessage = GetErrorMessage(e.code, true);
+            WriteAnswer(host, packet.response);
+            return;
+        }
+    } catch (...) {
+        LogEvent(L"CryptoModule:126: the answer could not be built", true);
+    }
+    void* fallback = std::malloc(sizeof(kFallbackAnswer));
+    if (fallback != nullptr) {
+        std::memcpy(fallback, kFallbackAnswer, sizeof(kFallbackAnswer));
+        host.response = static_cast<char*>(fallback);
+        host.responseSize = sizeof(kFallbackAnswer) - 1;
+    }
+}
+
+bool CryptoModule::ReadConfig() {
+    std::wstring errorText;
+    const bool ok = config.ReadConfig(errorText, serviceMode);
+    if (ok && errorText.empty()) {
+        return true;
+    }
+    // Deliberate: a missing or broken file never stops start-up; the defaults are used.
+    std::wstring text = SetVALKOMessage(msg::kConfigReadFailed) + errorText;
+    if (!ok) {
+        text += SetVALKOMessage(msg::kUsingDefaults);
+    }
+    if (!serviceMode) {
+        _configWarning = std::move(text);
+    }
+    return true;
+}
+
+void CryptoModule::ShowConfigWarning() {
+    if (_configWarning.empty()) {
+        return;
+    }
+    MessageBoxWarning(_configWarning, SetVALKOMessage(msg::kConfigErrorCaption));
+    _configWarning.clear();
+}
+
+}  // namespace ca

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// GetErrorMessage is the response text for a code: the module's own codes 16400..16402 first,
+// then the process-wide helper. withStatus adds the "DONE"/"ERROR "/"NEED" prefixes.
+std::wstring GetErrorMessage(uint32_t code, bool withStatus);
+
+namespace ca {
+
+// ErrorMessageHelper maps codes to texts. It keeps the configured custom handler list; the list
+// does not change any text in this module.
+class ErrorMessageHelper {
+public:
+    std::wstring GetErrorMessage(uint32_t code, bool withStatus) const;
+    std::wstring GetErrorMessageNoCustom(uint32_t code, bool withStatus) const;
+    std::wstring GetErrorMessageCustom(uint32_t code, const std::vector<std::wstring>& handlers,
+                                       bool withStatus) const;
+
+    void SetHandlers(std::vector<std::wstring> inHandlers) { handlers = std::move(inHandlers); }
+    const std::vector<std::wstring>& Handlers() const { return handlers; }
+
+    // Instance is the one helper of the process.
+    static ErrorMessageHelper& Instance();
+
+private:
+    std::vector<std::wstring> handlers;
+};
+
+}  // namespace ca

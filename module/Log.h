@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+using LogCallback = bool (*)(const wchar_t* text, bool isError);
+
+// LogInit binds the host's callback (null silences the module) and installs the custom error
+// handler list in the error-message helper. Returns true.
+bool LogInit(LogCallback callback, const std::vector<std::wstring>& customErrorHandlers);
+
+// LogEvent hands one line to the host as it is; false when no callback is bound.
+bool LogEvent(const wchar_t* text, bool isError);
+
+namespace ca {
+
+// LogEventFmt formats a wide printf-style line of any length and passes it to LogEvent.
+bool LogEventFmt(const wchar_t* format, bool isError, ...);
+
+// LogError writes "context: detail" and "context: <status text of code>" as error lines, then
+// throws Exception(code, GetErrorMessage(code, false)) when throwIt is set.
+void LogError(const wchar_t* detail, const wchar_t* context, uint32_t code, bool throwIt);
+
+// GetLineString formats a source location as "file:line".
+std::wstring GetLineString(const char* file, long line, const char* buildDate = nullptr);
+
+}  // namespace ca

@@ -1,0 +1,152 @@
+#include "module/SesModule.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "ca/ErrorCodes.h"
+#include "module/ErrorMessageHelper.h"
+#include "module/Lng.h"
+
+namespace {
+
+using Operation = void (CSesModule::*)(ca::CryptPacket&, CancellationToken&);
+
+// SModeRow is one method of the mode table: a null log line logs nothing, a null operation
+// succeeds without doing anything.
+struct SModeRow {
+    uint32_t mode;
+    const wchar_t* logLine;
+    bool needsKey;
+    Operation op;
+};
+
+constexpr SModeRow kModes[] = {
+    {11, nullptr, true, nullptr},
+    {14, L"> Sign", true, &CSesModule::Sign},
+    {15, L"> Verify", false, &CSesModule::Verify},
+    {21, L"> SetCert", false, &CSesModule::SetCert},
+    {22, L"> GetCertInfo", false, &CSesModule::GetCertInfo},
+    {24, nullptr, false, nullptr},
+    {25, L"> CertValidation", false, &CSesModule::CertValidation},
+    {27, L"> Sign", true, &CSesModule::Sign},
+    {29, L"> GetSignInfo", false, &CSesModule::GetSignInfo},
+    {34, L"> GetCertInfo2", false, &CSesModule::GetCertInfo2},
+    {35, L"> GetCert", false, &CSesModule::GetCert},
+    {36, L"> SetCurStore", false, &CSesModule::SetCurStore},
+    {37, L"> EnumStore", false, &CSesModule::EnumStore},
+    {38, L"> EnumCerts", false, &CSesModule::EnumCerts},
+    {42, nullptr, false, nullptr},
+    {44, L"> GetSignType", false, &CSesModule::GetSignType},
+    {45, L"> SetCert2", false, &CSesModule::SetCert2},
+    {47, L"> GetCurStore", false, &CSesModule::GetCurStore},
+    {50, L"> CreateHash", false, &CSesModule::CreateHash},
+    {53, L"> StreamSign", true, &CSesModule::StreamSign},
+    {54, L"> StreamVerify", false, &CSesModule::StreamVerify},
+    {55, L"> StreamGetSignInfo", false, &CSesModule::StreamGetSignInfo},
+    {56, L"> SignHash", true, &CSesModule::SignHash},
+    {57, L"> GetSignInfo2", false, &CSesModule::GetSignInfo2},
+    {61, L"> ReleaseClient", false, &CSesModule::ReleaseClient},
+    {63, L"> StreamHash", false, &CSesModule::StreamHash},
+    {65, L"> ParseCert", false, &CSesModule::ParseCert},
+};
+
+constexpr bool ModesAscending() {
+    for (size_t i = 1; i < std::size(kModes); ++i) {
+        if (kModes[i - 1].mode >= kModes[i].mode || kModes[i].mode < 11 || kModes[i].mode > 65) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(ModesAscending(), "the mode table is sorted, unique and within 11..65");
+
+const SModeRow* FindMode(uint32_t mode) {
+    const auto* row = std::lower_bound(std::begin(kModes), std::end(kModes), mode,
+                                       [](const SModeRow& r, uint32_t m) { return r.mode < m; });
+    return row != std::end(kModes) && row->mode == mode ? row : nullptr;
+}
+
+}  // namespace
+
+CSesModule::CSesModule(bool inServiceMode) : ca::CryptoModule(inServiceMode) {}
+
+CSesModule::~CSesModule() { CleanUp(); }
+
+bool CSesModule::Init(LogCallback logCallback) {
+    if (!ReadConfig()) {
+        return false;
+    }
+    if (!LogInit(logCallback, config.customErrorHandlers)) {
+        return false;
+    }
+    // The configuration warning waited for the callback so that a host without a desktop logs it.
+    ShowConfigWarning();
+    LoadLocalCerts();
+    LogEvent(SetVALKOMessage(msg::kModuleInitialized), false);
+    return true;
+}
+
+void CSesModule::CleanUp() {}
+
+void CSesModule::LoadLocalCerts() {}
+
+void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
+    ca::CryptRequest& request = packet.request;
+    ca::CryptResponse& response = packet.response;
+    LogEvent((L"clientId =  " + request.clientId).c_str(), false);
+    CancellationToken token;
+    try {
+        const SModeRow* row = FindMode(request.mode);
+        if (row == nullptr) {
+            throw ca::Exception(ca::kMethodNotSupported);
+        }
+        // Checked before "test": a probe learns the access rights too.
+        if (row->needsKey && !isLocal && !config.allowRemotePrivateKeyAccess) {
+            throw ca::Exception(ca::kPrivateKeyDenied);
+        }
+        if (!request.test) {
+            if (row->logLine != nullptr) {
+                LogEvent(row->logLine, false);
+            }
+            if (row->op != nullptr) {
+                (this->*row->op)(packet, token);
+            }
+        }
+    } catch (const ca::Exception& e) {
+        response.errorCode = e.code;
+    }
+    if (token.IsCancelled()) {
+        return;
+    }
+    if (response.errorMessage.empty()) {
+        response.errorMessage = GetErrorMessage(response.errorCode, true);
+    }
+    if (!request.test) {
+        LogEvent(L"<", false);
+    }
+}
+
+// Operations built by the signing, store and stream work; until then they answer success.
+void CSesModule::Sign(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::Verify(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::SetCert(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetCertInfo(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::CertValidation(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetSignInfo(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetCertInfo2(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetCert(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::SetCurStore(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::EnumStore(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::EnumCerts(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetSignType(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::SetCert2(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetCurStore(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::CreateHash(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::StreamSign(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::StreamVerify(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::StreamGetSignInfo(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::SignHash(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::GetSignInfo2(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::ReleaseClient(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::StreamHash(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::ParseCert(ca::CryptPacket&, CancellationToken&) {}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "module/CancellationToken.h"
+#include "module/CryptoModule.h"
+#include "module/Log.h"
+
+// CSesModule is the simple-electronic-signature module: one object per CM_Init.
+class CSesModule : public ca::CryptoModule {
+public:
+    explicit CSesModule(bool inServiceMode);
+    virtual ~CSesModule();
+
+    // Init reads the configuration, binds the host's log callback and loads the local certificates.
+    bool Init(LogCallback logCallback);
+
+    void ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) override;
+
+    // CleanUp releases every client context.
+    void CleanUp();
+
+    // The operations of the mode table; each answers through the packet.
+    void Sign(ca::CryptPacket& packet, CancellationToken& token);
+    void Verify(ca::CryptPacket& packet, CancellationToken& token);
+    void SetCert(ca::CryptPacket& packet, CancellationToken& token);
+    void GetCertInfo(ca::CryptPacket& packet, CancellationToken& token);
+    void CertValidation(ca::CryptPacket& packet, CancellationToken& token);
+    void GetSignInfo(ca::CryptPacket& packet, CancellationToken& token);
+    void GetCertInfo2(ca::CryptPacket& packet, CancellationToken& token);
+    void GetCert(ca::CryptPacket& packet, CancellationToken& token);
+    void SetCurStore(ca::CryptPacket& packet, CancellationToken& token);
+    void EnumStore(ca::CryptPacket& packet, CancellationToken& token);
+    void EnumCerts(ca::CryptPacket& packet, CancellationToken& token);
+    void GetSignType(ca::CryptPacket& packet, CancellationToken& token);
+    void SetCert2(ca::CryptPacket& packet, CancellationToken& token);
+    void GetCurStore(ca::CryptPacket& packet, CancellationToken& token);
+    void CreateHash(ca::CryptPacket& packet, CancellationToken& token);
+    void StreamSign(ca::CryptPacket& packet, CancellationToken& token);
+    void StreamVerify(ca::CryptPacket& packet, CancellationToken& token);
+    void StreamGetSignInfo(ca::CryptPacket& packet, CancellationToken& token);
+    void SignHash(ca::CryptPacket& packet, CancellationToken& token);
+    void GetSignInfo2(ca::CryptPacket& packet, CancellationToken& token);
+    void ReleaseClient(ca::CryptPacket& packet, CancellationToken& token);
+    void StreamHash(ca::CryptPacket& packet, CancellationToken& token);
+    void ParseCert(ca::CryptPacket& packet, CancellationToken& token);
+
+private:
+    void LoadLocalCerts();
+};

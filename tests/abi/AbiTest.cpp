@@ -1,0 +1,240 @@
+// End-to-end tests of libmod_ses.so.1 through its C interface only, as a host sees it.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "mod_ses.h"
+#include "tests/support/LoopbackHttpServer.h"
+#include "tests/support/TestSupport.h"
+
+namespace {
+
+// CHostModule loads the library like a host: dlopen, three dlsym, CM_Init.
+class CHostModule {
+public:
+    explicit CHostModule(bool serviceMode = true) {
+        _library = dlopen(SES_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
+        if (_library == nullptr) {
+            ADD_FAILURE() << dlerror();
+            return;
+        }
+        init = reinterpret_cast<decltype(&CM_Init)>(dlsym(_library, "CM_Init"));
+        process = reinterpret_cast<decltype(&CM_ProcessClientRequest)>(dlsym(_library, "CM_ProcessClientRequest"));
+        release = reinterpret_cast<decltype(&CM_Free)>(dlsym(_library, "CM_Free"));
+        CLogCapture::Clear();
+        module = init(serviceMode, &CLogCapture::CaptureLogLine);
+    }
+    ~CHostModule() {
+        if (module != nullptr) {
+            release(module);
+        }
+        if (_library != nullptr) {
+            dlclose(_library);
+        }
+    }
+    CHostModule(const CHostModule&) = delete;
+    CHostModule& operator=(const CHostModule&) = delete;
+
+    // Call sends the buffer as is (requestLength = its size) and splits the answer.
+    SAnswer Call(const std::string& buffer, bool isLocal = true) const {
+        CMPacket packet{};
+        packet.reserved[0] = 0x1111;
+        packet.reserved[1] = 0x2222;
+        packet.request = buffer.data();
+        packet.requestLength = static_cast<uint32_t>(buffer.size());
+        packet.isLocal = isLocal;
+        process(module, &packet);
+        EXPECT_EQ(packet.reserved[0], 0x1111u);
+        EXPECT_EQ(packet.reserved[1], 0x2222u);
+        return Split(packet);
+    }
+
+    static SAnswer Split(CMPacket& packet) {
+        SAnswer answer;
+        if (packet.response == nullptr) {
+            ADD_FAILURE() << "no response";
+            return answer;
+        }
+        answer.json = packet.response;  // ends at the NUL, which is always present
+        answer.responseSize = packet.responseSize;
+        if (packet.responseSize > answer.json.size()) {
+            const auto* data = reinterpret_cast<const uint8_t*>(packet.response) + answer.json.size() + 1;
+            answer.data.assign(data, data + (packet.responseSize - answer.json.size() - 1));
+        }
+        free(packet.response);
+        return answer;
+    }
+
+    void* module = nullptr;
+    decltype(&CM_Init) init = nullptr;
+    decltype(&CM_ProcessClientRequest) process = nullptr;
+    decltype(&CM_Free) release = nullptr;
+
+private:
+    void* _library = nullptr;
+};
+
+constexpr const char* kNoDataAnswer = R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
+
+std::string WithNul(const std::string& json) { return json + std::string(1, '\0'); }
+
+TEST(AbiExports, OnlyTheThreeEntryPointsAreExported) {
+    FILE* pipe = popen("nm -D --defined-only " SES_MODULE_PATH, "r");
+    ASSERT_NE(pipe, nullptr);
+    std::set<std::string> names;
+    char line[512];
+    while (fgets(line, sizeof(line), pipe) != nullptr) {
+        char address[64], type[8], name[400];
+        if (sscanf(line, "%63s %7s %399s", address, type, name) == 3) {
+            names.insert(name);
+        }
+    }
+    pclose(pipe);
+    EXPECT_EQ(names, (std::set<std::string>{"CM_Free", "CM_Init", "CM_ProcessClientRequest"}));
+}
+
+TEST(AbiLifecycle, NullArgumentsAreIgnoredAndInitLogsReadiness) {
+    CTempHome home;
+    CHostModule host;
+    ASSERT_NE(host.module, nullptr);
+    const auto lines = CLogCapture::Take();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), (SLogLine{L"Module initialized", false}));
+
+    CMPacket packet{};
+    host.process(nullptr, &packet);
+    host.process(host.module, nullptr);
+    host.release(nullptr);
+    EXPECT_EQ(packet.response, nullptr);
+}
+
+struct SExchangeCase {
+    const char* label;
+    std::string request;  // sent byte for byte
+    bool isLocal;
+    const char* expected;
+};
+
+TEST(AbiExchange, AnswersAreByteExact) {
+    CTempHome home;
+    CHostModule host;
+    const std::string hugeNumber = "[0." + std::string(400, '0') + "1e-2147483599]";
+    const std::string deep = std::string(100, '[') + std::string(100, ']');
+    const SExchangeCase cases[] = {
+        {"unknown mode", WithNul(R"({"mode":99})"), true,
+         R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
+        {"mode below the table", WithNul(R"({"mode":10})"), true,
+         R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
+        {"no mode", WithNul("{}"), true, R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
+        {"probe", WithNul(R"({"mode":37,"test":true,"fileData":5})"), true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"no-op key mode, local", WithNul(R"({"mode":11})"), true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"key mode, remote", WithNul(R"({"mode":14})"), false, R"({"errorCode":50,"errorMessage":""})"},
+        {"key probe, remote", WithNul(R"({"mode":56,"test":true})"), false, R"({"errorCode":50,"errorMessage":""})"},
+        {"no NUL at all", R"({"mode":42})", true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"truncated JSON", WithNul(R"({"mode":)"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"not an object", WithNul("[37]"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"two documents", WithNul("{}{}"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"empty text", std::string(), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"mode as text", WithNul(R"({"mode":"37"})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"negative mode", WithNul(R"({"mode":-1})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"flag as number", WithNul(R"({"mode":11,"isAttached":1})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"fileData as number", WithNul(R"({"mode":11,"fileData":1})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"signatures of numbers", WithNul(R"({"mode":11,"signatures":[1]})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"long number literal", WithNul(hugeNumber), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"deep nesting", WithNul(deep), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"invalid base64", WithNul(R"({"mode":11,"fileData":"***"})"), true, kNoDataAnswer},
+        {"lying fileDataSize", WithNul(R"({"mode":11,"fileDataSize":4})") + "abc", true, kNoDataAnswer},
+        {"fileDataSize without NUL", R"({"mode":11,"fileDataSize":0})", true, kNoDataAnswer},
+        {"lying fileDataEncodedSize", WithNul(R"({"fileDataEncodedSize":999,"mode":11,"fileData":"QUJD"})"), true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"undecodable fileDataEncodedSize", WithNul(R"({"fileDataEncodedSize":4,"fileData":"====","mode":11})"), true, kNoDataAnswer},
+        {"non-http download", WithNul(R"({"mode":11,"fileDataUrl":"file:///etc/passwd"})"), true, R"({"errorCode":16263,"errorMessage":"ERROR Connection error"})"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const SAnswer answer = host.Call(c.request, c.isLocal);
+        EXPECT_EQ(answer.json, c.expected);
+        EXPECT_EQ(answer.responseSize, answer.json.size());  // no data follows: the NUL is not counted
+    }
+}
+
+TEST(AbiExchange, NullRequestTextAnswersJsonError) {
+    CTempHome home;
+    CHostModule host;
+    CMPacket packet{};
+    packet.requestLength = 10;
+    host.process(host.module, &packet);
+    EXPECT_EQ(CHostModule::Split(packet).json, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})");
+}
+
+TEST(AbiExchange, FileDataArrivesInEveryForm) {
+    CTempHome home;
+    CHostModule host;
+    CLoopbackHttpServer server([](const CLoopbackHttpServer::SRequest& request) {
+        if (request.path == "/data") {
+            return CLoopbackHttpServer::SReply{200, "ABC"};
+        }
+        return CLoopbackHttpServer::SReply{404, "missing"};
+    });
+    const struct {
+        const char* label;
+        std::string request;
+        uint32_t code;
+    } cases[] = {
+        {"inline base64", WithNul(R"({"mode":11,"fileData":"QUJD"})"), 0},
+        {"encoded-size fast path", WithNul(R"({"fileDataEncodedSize":4,"fileData":"QUJD","mode":11})"), 0},
+        {"raw bytes after the NUL", WithNul(R"({"mode":11,"fileDataSize":3})") + "ABC", 0},
+        {"download", WithNul(R"({"mode":11,"fileDataUrl":")" + server.Url("/data") + "\"}"), 0},
+        {"failed download", WithNul(R"({"mode":11,"fileDataUrl":")" + server.Url("/none") + "\"}"), 16264},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const SAnswer answer = host.Call(c.request);
+        EXPECT_EQ(answer.json.find("\"errorCode\":" + std::to_string(c.code) + ","), 1u) << answer.json;
+    }
+    EXPECT_EQ(server.Requests().size(), 2u);
+}
+
+TEST(AbiLogging, LinesOfOneCallArriveInOrder) {
+    CTempHome home;
+    CHostModule host;
+    CLogCapture::Clear();
+    host.Call(WithNul(R"({"mode":37,"clientId":"host-1"})"));
+    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{
+                                       {L"clientId =  host-1", false}, {L"> EnumStore", false}, {L"<", false}}));
+
+    host.Call(WithNul(R"({"mode":37,"clientId":"host-1","test":true})"));
+    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
+
+    host.Call(WithNul(R"({"mode":)"));
+    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L": CryptoModule:95", true},
+                                                          {L": ERROR Error parsing JSON.", true}}));
+}
+
+TEST(AbiConcurrency, ParallelCallsEachGetTheirOwnAnswer) {
+    CTempHome home;
+    CHostModule host;
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong{0};
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&host, &wrong, t] {
+            for (int i = 0; i < 200; ++i) {
+                const bool known = (i + t) % 2 == 0;
+                const SAnswer answer = host.Call(WithNul(known ? R"({"mode":37})" : R"({"mode":98})"));
+                const char* expected = known ? R"({"errorCode":0,"errorMessage":"DONE"})"
+                                             : R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
+                wrong += answer.json != expected ? 1 : 0;
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong.load(), 0);
+}
+
+}  // namespace
