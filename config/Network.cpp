@@ -22,7 +22,7 @@ namespace {
 constexpr long kMaxConnectTimeoutMs = 30000;
 // Without an overall limit a stalled transfer ends after this many seconds below one byte a second.
 constexpr long kStallSeconds = 60;
-constexpr size_t kFirstBufferSize = 16 * 1024;
+constexpr size_t kFirstBufferSize = size_t{16} * 1024;
 
 // Proxy types in configuration order: 0 HTTP, 1 SOCKS4, 2 SOCKS5, 3 SOCKS4A.
 constexpr long kProxyTypes[] = {CURLPROXY_HTTP, CURLPROXY_SOCKS4, CURLPROXY_SOCKS5, CURLPROXY_SOCKS4A};

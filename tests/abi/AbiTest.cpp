@@ -9,79 +9,13 @@
 #include <thread>
 
 #include "mod_ses.h"
+#include "tests/support/HostModule.h"
 #include "tests/support/LoopbackHttpServer.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
-// CHostModule loads the library like a host: dlopen, three dlsym, CM_Init.
-class CHostModule {
-public:
-    explicit CHostModule(bool serviceMode = true) {
-        _library = dlopen(SES_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
-        if (_library == nullptr) {
-            ADD_FAILURE() << dlerror();
-            return;
-        }
-        init = reinterpret_cast<decltype(&CM_Init)>(dlsym(_library, "CM_Init"));
-        process = reinterpret_cast<decltype(&CM_ProcessClientRequest)>(dlsym(_library, "CM_ProcessClientRequest"));
-        release = reinterpret_cast<decltype(&CM_Free)>(dlsym(_library, "CM_Free"));
-        CLogCapture::Clear();
-        module = init(serviceMode, &CLogCapture::CaptureLogLine);
-    }
-    ~CHostModule() {
-        if (module != nullptr) {
-            release(module);
-        }
-        if (_library != nullptr) {
-            dlclose(_library);
-        }
-    }
-    CHostModule(const CHostModule&) = delete;
-    CHostModule& operator=(const CHostModule&) = delete;
-
-    // Call sends the buffer as is (requestLength = its size) and splits the answer.
-    SAnswer Call(const std::string& buffer, bool isLocal = true) const {
-        CMPacket packet{};
-        packet.reserved[0] = 0x1111;
-        packet.reserved[1] = 0x2222;
-        packet.request = buffer.data();
-        packet.requestLength = static_cast<uint32_t>(buffer.size());
-        packet.isLocal = isLocal;
-        process(module, &packet);
-        EXPECT_EQ(packet.reserved[0], 0x1111u);
-        EXPECT_EQ(packet.reserved[1], 0x2222u);
-        return Split(packet);
-    }
-
-    static SAnswer Split(CMPacket& packet) {
-        SAnswer answer;
-        if (packet.response == nullptr) {
-            ADD_FAILURE() << "no response";
-            return answer;
-        }
-        answer.json = packet.response;  // ends at the NUL, which is always present
-        answer.responseSize = packet.responseSize;
-        if (packet.responseSize > answer.json.size()) {
-            const auto* data = reinterpret_cast<const uint8_t*>(packet.response) + answer.json.size() + 1;
-            answer.data.assign(data, data + (packet.responseSize - answer.json.size() - 1));
-        }
-        free(packet.response);
-        return answer;
-    }
-
-    void* module = nullptr;
-    decltype(&CM_Init) init = nullptr;
-    decltype(&CM_ProcessClientRequest) process = nullptr;
-    decltype(&CM_Free) release = nullptr;
-
-private:
-    void* _library = nullptr;
-};
-
 constexpr const char* kNoDataAnswer = R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
-
-std::string WithNul(const std::string& json) { return json + std::string(1, '\0'); }
 
 TEST(AbiExports, OnlyTheThreeEntryPointsAreExported) {
     FILE* pipe = popen("nm -D --defined-only " SES_MODULE_PATH, "r");

@@ -140,7 +140,8 @@ TEST_F(HttpTest, FailuresMapToConnectionOrServerError) {
     const SUrlCase cases[] = {
         {"404", server.Url("/status/404"), ca::kServerError},
         {"500", server.Url("/status/500"), ca::kServerError},
-        {"399 is no failure", server.Url("/status/399"), ca::kOk},
+        {"400", server.Url("/status/400"), ca::kServerError},
+        {"399", server.Url("/status/399"), ca::kOk},
         {"refused port", refusing.Url("/x"), ca::kConnectionError},
         {"file scheme", "file:///etc/passwd", ca::kConnectionError},
         {"ftp scheme", "ftp://127.0.0.1:" + std::to_string(server.Port()) + "/x", ca::kConnectionError},

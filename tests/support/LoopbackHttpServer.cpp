@@ -16,7 +16,7 @@ namespace {
 
 // A client that sends nothing for this long is dropped.
 constexpr int kIdleMs = 10000;
-constexpr size_t kMaxHeaderBytes = 64 * 1024;
+constexpr size_t kMaxHeaderBytes = size_t{64} * 1024;
 constexpr size_t kMaxBodyBytes = size_t{256} << 20;
 
 struct SReason {
