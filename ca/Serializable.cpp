@@ -4,8 +4,11 @@
 #include <iterator>
 
 #include "ca/ByteReader.h"
+#include "ca/CertInfo2.h"
 #include "ca/CryptPacket.h"
 #include "ca/Encode.h"
+#include "ca/SignInfo.h"
+#include "ca/VerificationResult.h"
 
 namespace ca {
 
@@ -28,6 +31,23 @@ std::unique_ptr<ISerializable> Make() {
 // Records this module can read from an envelope; a null factory means the key is not read.
 constexpr RecordFactory kFactories[std::size(stags)] = {
     &Make<FileData>,
+    nullptr,                    // 1 stores
+    nullptr,                    // 2 certificates
+    nullptr,                    // 3 crl
+    &Make<SignInfos>,           // 4
+    &Make<SignInfosArray>,      // 5
+    &Make<CertInfo2>,           // 6
+    &Make<CertInfos2>,          // 7
+    nullptr,                    // 8 storeAddress
+    nullptr,                    // 9 storeAddresses
+    nullptr,                    // 10 crlInfo
+    nullptr,                    // 11 config
+    nullptr,                    // 12 PKIConfig
+    &Make<VerificationResult>,  // 13
+    nullptr,                    // 14 CMSInfo: no record in this module
+    &Make<CertForCheck>,        // 15
+    nullptr,                    // 16 CertManChainStatus: no record in this module
+    &Make<AttrCertInfo>,        // 17
 };
 
 }  // namespace

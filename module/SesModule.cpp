@@ -88,8 +88,6 @@ bool CSesModule::Init(LogCallback logCallback) {
 
 void CSesModule::CleanUp() {}
 
-void CSesModule::LoadLocalCerts() {}
-
 void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
     ca::CryptRequest& request = packet.request;
     ca::CryptResponse& response = packet.response;
@@ -126,27 +124,20 @@ void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
     }
 }
 
-// Operations built by the signing, store and stream work; until then they answer success.
-void CSesModule::Sign(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::Verify(ca::CryptPacket&, CancellationToken&) {}
+// Operations built by the store and stream work; until then they answer success.
 void CSesModule::SetCert(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCertInfo(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::CertValidation(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetSignInfo(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCertInfo2(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCert(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::SetCurStore(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::EnumStore(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::EnumCerts(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetSignType(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::SetCert2(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCurStore(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::CreateHash(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::StreamSign(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::StreamVerify(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::StreamGetSignInfo(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::SignHash(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetSignInfo2(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::ReleaseClient(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::StreamHash(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::ParseCert(ca::CryptPacket&, CancellationToken&) {}

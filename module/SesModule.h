@@ -6,6 +6,11 @@
 #include "module/CancellationToken.h"
 #include "module/CryptoModule.h"
 #include "module/Log.h"
+#include "ses/CCertificateCollection.h"
+
+namespace ca {
+class SignInfos;
+}
 
 // CSesModule is the simple-electronic-signature module: one object per CM_Init.
 class CSesModule : public ca::CryptoModule {
@@ -46,6 +51,19 @@ public:
     void StreamHash(ca::CryptPacket& packet, CancellationToken& token);
     void ParseCert(ca::CryptPacket& packet, CancellationToken& token);
 
-private:
+    // Operations no mode reaches in this module.
+    void SignRaw(ca::CryptPacket& packet, CancellationToken& token);
+    void SignHashRaw(ca::CryptPacket& packet, CancellationToken& token);
+    void VerifyRaw(ca::CryptPacket& packet, CancellationToken& token);
+
+    // LoadLocalCerts fills the collection from the local certificate folder, once, at Init.
     void LoadLocalCerts();
+
+    CCertificateCollection certificates;
+
+private:
+    // _SignHash builds the container over the given hash digits and makes its text the result.
+    void _SignHash(ca::CryptPacket& packet, const char* hash, size_t length);
+    // _GetSignInfo reads and checks the request's container; null when it holds no signature.
+    std::unique_ptr<ca::SignInfos> _GetSignInfo(ca::CryptPacket& packet);
 };

@@ -1,0 +1,225 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ca/Serializable.h"
+#include "ca/VerificationResult.h"
+
+namespace ca {
+
+// Type ids of the collections that live only inside certificate info records, never in an envelope.
+constexpr int kTypeCertInfoExtensions = 18;
+constexpr int kTypeCertInfoAttributes = 19;
+
+// CertInfoExtension is one certificate extension: "OidFriendlyName", "OidValue", "RawData",
+// "FormattedData", "Critical".
+struct CertInfoExtension {
+    void ToJson(JsonWriter& writer) const;
+    void FromJson(const JsonValue& value);
+
+    std::wstring oidFriendlyName;
+    std::wstring oidValue;
+    std::wstring rawData;
+    std::wstring formattedData;
+    bool critical = false;
+};
+
+// CertInfoAttribute is one attribute: "OidFriendlyName", "OidValue", "RawData", "FormattedData".
+struct CertInfoAttribute {
+    void ToJson(JsonWriter& writer) const;
+    void FromJson(const JsonValue& value);
+
+    std::wstring oidFriendlyName;
+    std::wstring oidValue;
+    std::wstring rawData;
+    std::wstring formattedData;
+};
+
+// CertInfoExtensionCollection is a record's extension list, a JSON array (type id 18).
+class CertInfoExtensionCollection : public ISerializable {
+public:
+    void ToJson(JsonWriter& writer) const override;
+    // FromJson replaces the list. Throws Exception(16300) for anything but an array of extensions.
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeCertInfoExtensions; }
+
+    std::vector<CertInfoExtension> items;
+};
+
+// CertInfoAttributeCollection is an attribute certificate's attribute list (type id 19).
+class CertInfoAttributeCollection : public ISerializable {
+public:
+    void ToJson(JsonWriter& writer) const override;
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeCertInfoAttributes; }
+
+    std::vector<CertInfoAttribute> items;
+};
+
+// CertInfo2Fields holds CertInfo2's plain fields, so that they copy as one defaulted unit. Only a
+// base: it is never deleted on its own.
+struct CertInfo2Fields {
+    CertInfo2Fields() = default;
+    CertInfo2Fields(const CertInfo2Fields&) = default;
+    CertInfo2Fields(CertInfo2Fields&&) = default;
+    CertInfo2Fields& operator=(const CertInfo2Fields&) = default;
+    CertInfo2Fields& operator=(CertInfo2Fields&&) = default;
+
+    std::wstring id;
+    std::wstring validity;
+    uint32_t validityNumber = 0;
+    std::wstring version;
+    std::wstring serial;
+    std::wstring signatureAlg;
+    std::wstring hashAlg;
+    std::wstring issuer;
+    std::wstring oidIssuer;
+    std::wstring x500NameIssuer;
+    std::wstring validFrom;
+    std::wstring validFromUTC;
+    std::wstring validTo;
+    std::wstring validToUTC;
+    std::wstring description;
+    std::wstring oidDescription;
+    std::wstring x500Description;
+    std::wstring subjectTags;
+    std::wstring issuerTags;
+    std::wstring publicKeyAlg;
+    std::wstring publicKey;
+    std::wstring publicKeyParams;
+    bool hasPrivateKey = false;
+    std::wstring issuerUniqueId;
+    std::wstring subjectUniqueId;
+    std::wstring publicKeyHashAlgs;
+    std::wstring rawData;
+    uint32_t keyUsage = 0;  // KeyUsage bits, see CertInfo2::GetKeyUsageStr
+    std::wstring keyUsageStr;
+    std::wstring error;
+    CertInfoExtensionCollection extensions;
+
+protected:
+    ~CertInfo2Fields() = default;
+};
+
+// CertInfo2 describes one certificate (type id 6, key "certInfo"); JSON: the fields in declaration
+// order, then "IssuerCert" with the issuer's complete record when issuerCert is set. Copies are deep
+// (the issuer chain is copied too). SesCertInfo2 derives from it.
+class CertInfo2 : public ISerializable, public CertInfo2Fields {
+public:
+    CertInfo2() = default;
+    CertInfo2(const CertInfo2& other);
+    CertInfo2& operator=(const CertInfo2& other);
+    CertInfo2(CertInfo2&&) = default;
+    CertInfo2& operator=(CertInfo2&&) = default;
+
+    void ToJson(JsonWriter& writer) const override;
+    // FromJson takes the keys present; an "IssuerCert" replaces issuerCert with a new record. Throws
+    // Exception(16300) for mistyped values and issuers nested deeper than kMaxRecordNesting.
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeCertInfo; }
+
+    // GetKeyUsageStr names the set KeyUsage bits, joined with ", " in this order: 0x80 "Digital
+    // Signature", 0x40 "Non-Repudiation", 0x20 "Key Encipherment", 0x10 "Data Encipherment", 0x08
+    // "Key Agreement", 0x04 "Certificate Signing", 0x02 "Off-line CRL Signing, CRL Signing" (one bit,
+    // both names, as certificate viewers show it), 0x01 "Encipher Only", 0x8000 "Decipher Only". The
+    // bits are the DER BIT STRING's first byte, with its second byte above them; others are ignored.
+    static std::wstring GetKeyUsageStr(uint32_t bits);
+
+    std::unique_ptr<CertInfo2> issuerCert;
+
+private:
+    void _FromJson(const JsonValue& value, size_t depth);
+};
+
+// CertInfos2 is a list of certificate records (type id 7, key "certInfos"), a JSON array.
+class CertInfos2 : public ISerializable {
+public:
+    void ToJson(JsonWriter& writer) const override;
+    // FromJson replaces the list with new records. Throws Exception(16300).
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeCertInfos; }
+
+    std::vector<std::unique_ptr<CertInfo2>> items;
+};
+
+// CertInfo is the older, shorter certificate record, the signer's "SignCert" in a SignInfo. It is
+// only ever nested in another record; GetType reports the certificate id 6 for completeness.
+class CertInfo : public ISerializable {
+public:
+    void ToJson(JsonWriter& writer) const override;
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeCertInfo; }
+
+    // CopyFrom takes the fields that both records have from info ("X500Description" becomes
+    // "X500NameDescription"); the others keep their values.
+    void CopyFrom(const CertInfo2Fields& info);
+
+    std::wstring id;
+    std::wstring serial;
+    std::wstring issuer;
+    std::wstring oidIssuer;
+    std::wstring x500NameIssuer;
+    std::wstring description;
+    std::wstring oidDescription;
+    std::wstring x500NameDescription;
+    std::wstring subjectTags;
+    std::wstring issuerTags;
+    std::wstring validFrom;
+    std::wstring validFromUTC;
+    std::wstring validTo;
+    std::wstring validToUTC;
+    std::wstring rawData;
+    CertInfoExtensionCollection extensions;
+};
+
+// CertForCheck pairs a certificate with an identifier (type id 15): "CertId", then "Cert".
+class CertForCheck : public ISerializable {
+public:
+    void ToJson(JsonWriter& writer) const override;
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeCertForCheck; }
+
+    std::wstring certId;
+    CertInfo2 cert;
+};
+
+// AttrCertInfo describes an attribute certificate (type id 17); JSON: the fields in declaration
+// order.
+class AttrCertInfo : public ISerializable {
+public:
+    void ToJson(JsonWriter& writer) const override;
+    void FromJson(const JsonValue& value) override;
+    int GetType() const override { return kTypeAttrCertInfo; }
+
+    std::wstring id;
+    std::wstring holderSerial;
+    std::wstring holderIssuer;
+    std::wstring holderOidIssuer;
+    std::wstring holderX500NameIssuer;
+    std::wstring holderIssuerTags;
+    std::wstring validity;
+    uint32_t validityNumber = 0;
+    std::wstring version;
+    std::wstring serial;
+    std::wstring signatureAlg;
+    std::wstring hashAlg;
+    std::wstring issuer;
+    std::wstring oidIssuer;
+    std::wstring x500NameIssuer;
+    std::wstring validFrom;
+    std::wstring validFromUTC;
+    std::wstring validTo;
+    std::wstring validToUTC;
+    std::wstring issuerTags;
+    std::wstring issuerUniqueId;
+    std::wstring rawData;
+    std::wstring error;
+    CertInfoAttributeCollection attributes;
+    CertInfoExtensionCollection extensions;
+};
+
+}  // namespace ca

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "ca/CertInfo2.h"
+#include "ses/SesCert.h"
+
+// SesCertInfo2 describes a local certificate record in the module's general certificate form and
+// keeps the record itself, which signing copies into each container.
+class SesCertInfo2 : public ca::CertInfo2 {
+public:
+    // The validity period begins and ends at the moment of construction.
+    explicit SesCertInfo2(const CSesCert& record);
+    ~SesCertInfo2() override;
+
+    CSesCert cert;
+};
+
+// CCertificateCollection holds the module's certificates by identifier; it guards itself.
+class CCertificateCollection {
+public:
+    // Add takes info; when its identifier is already known the first one stays and info is dropped.
+    // Returns whether info was inserted.
+    bool Add(std::unique_ptr<SesCertInfo2> info);
+    // GetCert returns the certificate of exactly that identifier, or null. Entries live as long as
+    // the collection, so the pointer stays valid after the lock is released.
+    const SesCertInfo2* GetCert(const std::wstring& id) const;
+    // Ids lists the identifiers in ascending order.
+    std::vector<std::wstring> Ids() const;
+
+private:
+    mutable std::mutex lock;
+    std::map<std::wstring, std::unique_ptr<SesCertInfo2>> certificates;
+};
+
+// LoadCertificateFolder adds every readable certificate file of folder (names containing ".ses",
+// regular files only, in directory order) to collection; everything else is skipped silently.
+void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection);

@@ -1,0 +1,94 @@
+// The signing operations of CSesModule: a signature is an "SES" container whose CRC element holds
+// the base64 of the decimal CRC-64 of the data.
+#include <tinyxml.h>
+
+#include "ca/Encode.h"
+#include "ca/ErrorCodes.h"
+#include "config/SpecialFolder.h"
+#include "module/ErrorMessageHelper.h"
+#include "module/Lng.h"
+#include "module/Log.h"
+#include "module/SesModule.h"
+#include "ses/Hasher.h"
+#include "ses/SesContainer.h"
+#include "ses/Utils.h"
+
+namespace {
+
+std::wstring Base64Text(const uint8_t* bytes, size_t size) {
+    return ca::u8u16(ca::Base64Encode(bytes, static_cast<uint32_t>(size)));
+}
+
+void SetResultText(ca::CryptPacket& packet, const std::string& text) {
+    packet.response.SetObject(std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(text.data()),
+                                                             static_cast<uint32_t>(text.size())),
+                              true);
+}
+
+}  // namespace
+
+void CSesModule::LoadLocalCerts() {
+    LoadCertificateFolder(ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/", certificates);
+}
+
+void CSesModule::Sign(ca::CryptPacket& packet, CancellationToken&) {
+    try {
+        if (packet.request.addSigner) {
+            // Co-signing is not offered by this module.
+            ca::LogError(ca::GetLineString("CryptoModule", 349).c_str(), L"", ca::kMethodNotSupported, true);
+        }
+        Crc64Hash hash;
+        hash.Compute(packet.request.GetFileData(), packet.request.GetFileDataSize());
+        _SignHash(packet, hash.GetValue(), hash.GetValueLength());
+        LogEvent(SetVALKOMessage(msg::kSignatureWritten), false);
+    } catch (const ca::Exception& e) {
+        packet.response.errorCode = e.code;
+    }
+}
+
+void CSesModule::SignHash(ca::CryptPacket& packet, CancellationToken&) {
+    _SignHash(packet, reinterpret_cast<const char*>(packet.request.GetFileData()), packet.request.GetFileDataSize());
+}
+
+void CSesModule::_SignHash(ca::CryptPacket& packet, const char* hash, size_t length) {
+    const ca::CryptRequest& request = packet.request;
+    LogEvent((L"Идентификатор сертификата = \"" + request.senderCertId + L"\"").c_str(), false);
+    const SesCertInfo2* signer = certificates.GetCert(request.senderCertId);
+    if (signer == nullptr) {
+        packet.response.needCertId = request.senderCertId;
+        LogEvent((GetErrorMessage(ca::kNeedCert, true) + L" " + request.senderCertId).c_str(), true);
+        throw ca::Exception(ca::kNeedCert, GetErrorMessage(ca::kNeedCert, false));
+    }
+    CSesContainer container;
+    container.certificate = std::make_unique<CSesCert>(signer->cert);
+    container.signature = std::make_unique<CSesSignature>();
+    CSesSignature& signature = *container.signature;
+    signature.SignTimeUTC = NowDateTimeString(true);
+    signature.Comment = request.comment;
+    signature.URI = request.uri;
+    signature.CRC = Base64Text(reinterpret_cast<const uint8_t*>(hash), length);
+    if (request.isAttached) {
+        signature.Attached = Base64Text(request.GetFileData(), request.GetFileDataSize());
+    }
+    SetResultText(packet, container.Print());
+}
+
+void CSesModule::CreateHash(ca::CryptPacket& packet, CancellationToken&) {
+    Crc64Hash hash;
+    hash.Compute(packet.request.GetFileData(), packet.request.GetFileDataSize());
+    SetResultText(packet, std::string(hash.GetValue(), hash.GetValueLength()));
+    packet.response.errorCode = ca::kOk;
+}
+
+void CSesModule::SignRaw(ca::CryptPacket& packet, CancellationToken&) {
+    if (!packet.request.senderCertId.empty()) {
+        ca::LogEventFmt(L"Received cert id \"%ls\"", false, packet.request.senderCertId.c_str());
+    }
+    packet.response.SetObject(std::make_unique<ca::FileData>(), true);
+    packet.response.errorCode = ca::kOk;
+}
+
+void CSesModule::SignHashRaw(ca::CryptPacket& packet, CancellationToken&) {
+    (void)packet.request.GetFileData();
+    (void)packet.request.GetFileDataSize();
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+// GetRandom concatenates the decimal texts of 1 + max(n, 0) successive rand() values.
+std::string GetRandom(int n);
+
+// GetDateTimeString formats t as "%d.%m.%Y %T". tmIsUtc tells how t is to be read; toUtc chooses
+// the zone of the text (UTC or the machine's local time).
+std::wstring GetDateTimeString(const struct tm& t, bool toUtc, bool tmIsUtc);
+
+// NowDateTimeString formats the current time in UTC or local time.
+std::wstring NowDateTimeString(bool toUtc);

@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "ses/Hasher.h"
+#include "ses/Utils.h"
+#include "ses/crc64.h"
+
+namespace {
+
+// BitwiseCrc64 is an independent reference: one polynomial step per bit, no table.
+uint64_t BitwiseCrc64(const std::vector<uint8_t>& data) {
+    uint64_t crc = 0;
+    for (const uint8_t byte : data) {
+        for (int bit = 7; bit >= 0; --bit) {
+            const bool top = ((crc >> 63) & 1) != (((byte >> bit) & 1) != 0);
+            crc <<= 1;
+            if (top) {
+                crc ^= 0x42F0E1EBA9EA3693ULL;
+            }
+        }
+    }
+    return crc;
+}
+
+const unsigned char* U(const char* text) { return reinterpret_cast<const unsigned char*>(text); }
+
+TEST(Crc64, CatalogueCheckValue) {
+    EXPECT_EQ(crc64(U("123456789"), 9, 0), 0x6C40DF5F0B497347ULL);
+    Crc64Hash hash;
+    hash.Compute(U("123456789"), 9);
+    EXPECT_STREQ(hash.GetValue(), "7800480153909949255");
+    EXPECT_EQ(hash.GetValueLength(), 19u);
+}
+
+TEST(Crc64, MatchesBitwiseReferenceOnRandomData) {
+    std::mt19937 random(20261122);
+    for (const size_t size : {1u, 7u, 8u, 255u, 4096u, 100001u}) {
+        std::vector<uint8_t> data(size);
+        for (auto& b : data) {
+            b = static_cast<uint8_t>(random());
+        }
+        SCOPED_TRACE(size);
+        EXPECT_EQ(crc64(data.data(), data.size(), 0), BitwiseCrc64(data));
+    }
+}
+
+TEST(Crc64Hash, ChunksAccumulateAndEmptyIsZero) {
+    Crc64Hash empty;
+    empty.Compute(nullptr, 0);
+    EXPECT_STREQ(empty.GetValue(), "0");
+    Crc64Hash chunked;
+    chunked.Compute(U("1234"), 4);
+    chunked.Compute(U("56789"), 5);
+    EXPECT_STREQ(chunked.GetValue(), "7800480153909949255");
+}
+
+TEST(Crc64Hash, TextHasNoLeadingZerosAndUpToTwentyDigits) {
+    // Find inputs whose register is large (top bit set) by walking single bytes.
+    size_t longest = 0;
+    for (int b = 0; b < 256; ++b) {
+        const unsigned char byte = static_cast<unsigned char>(b);
+        Crc64Hash hash;
+        hash.Compute(&byte, 1);
+        longest = std::max(longest, hash.GetValueLength());
+        EXPECT_TRUE(hash.GetValueLength() == 1 || hash.GetValue()[0] != '0');
+    }
+    EXPECT_EQ(longest, 20u);
+}
+
+TEST(Utils, RandomTextAndDateFormat) {
+    EXPECT_FALSE(GetRandom(3).empty());
+    EXPECT_GE(GetRandom(3).size(), 4u);
+    struct tm t {};
+    t.tm_year = 2026 - 1900;
+    t.tm_mon = 0;
+    t.tm_mday = 2;
+    t.tm_hour = 3;
+    t.tm_min = 4;
+    t.tm_sec = 5;
+    EXPECT_EQ(GetDateTimeString(t, true, true), L"02.01.2026 03:04:05");
+}
+
+}  // namespace
