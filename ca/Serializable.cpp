@@ -7,6 +7,7 @@
 #include "ca/CertInfo2.h"
 #include "ca/CryptPacket.h"
 #include "ca/Encode.h"
+#include "ca/StringArray.h"
 #include "ca/SignInfo.h"
 #include "ca/VerificationResult.h"
 
@@ -28,12 +29,17 @@ std::unique_ptr<ISerializable> Make() {
     return std::make_unique<T>();
 }
 
+template <int type>
+std::unique_ptr<ISerializable> MakeList() {
+    return std::make_unique<StringArray>(type);
+}
+
 // Records this module can read from an envelope; a null factory means the key is not read.
 constexpr RecordFactory kFactories[std::size(stags)] = {
     &Make<FileData>,
-    nullptr,                    // 1 stores
-    nullptr,                    // 2 certificates
-    nullptr,                    // 3 crl
+    &MakeList<kTypeStores>,        // 1
+    &MakeList<kTypeCertificates>,  // 2
+    &MakeList<kTypeCrl>,           // 3
     &Make<SignInfos>,           // 4
     &Make<SignInfosArray>,      // 5
     &Make<CertInfo2>,           // 6

@@ -128,11 +128,8 @@ void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
 void CSesModule::SetCert(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCertInfo(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::CertValidation(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetCertInfo2(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCert(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::SetCurStore(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::EnumStore(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::EnumCerts(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::SetCert2(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::GetCurStore(ca::CryptPacket&, CancellationToken&) {}
 void CSesModule::StreamSign(ca::CryptPacket&, CancellationToken&) {}
