@@ -46,7 +46,7 @@ int FormattedLength(const wchar_t* format, va_list args) {
 
 }  // namespace
 
-bool LogEventFmt(const wchar_t* format, bool isError, ...) {
+bool LogEventFormatted(const wchar_t* format, int isError, ...) {
     if (format == nullptr) {
         return false;
     }
@@ -60,7 +60,7 @@ bool LogEventFmt(const wchar_t* format, bool isError, ...) {
     va_end(copy);
     if (written >= 0) {
         va_end(args);
-        return LogEvent(small, isError);
+        return LogEvent(small, isError != 0);
     }
     va_copy(copy, args);
     const int length = FormattedLength(format, copy);
@@ -73,7 +73,7 @@ bool LogEventFmt(const wchar_t* format, bool isError, ...) {
     std::vswprintf(line.data(), line.size(), format, args);
     va_end(args);
     line.resize(static_cast<size_t>(length));
-    return LogEvent(line.c_str(), isError);
+    return LogEvent(line.c_str(), isError != 0);
 }
 
 void LogError(const wchar_t* detail, const wchar_t* context, uint32_t code, bool throwIt) {

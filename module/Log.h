@@ -15,8 +15,14 @@ bool LogEvent(const wchar_t* text, bool isError);
 
 namespace ca {
 
+// LogEventFormatted is LogEventFmt's worker (an int before "..." keeps va_start well defined).
+bool LogEventFormatted(const wchar_t* format, int isError, ...);
+
 // LogEventFmt formats a wide printf-style line of any length and passes it to LogEvent.
-bool LogEventFmt(const wchar_t* format, bool isError, ...);
+template <typename... Args>
+bool LogEventFmt(const wchar_t* format, bool isError, Args... args) {
+    return LogEventFormatted(format, isError ? 1 : 0, args...);
+}
 
 // LogError writes "context: detail" and "context: <status text of code>" as error lines, then
 // throws Exception(code, GetErrorMessage(code, false)) when throwIt is set.

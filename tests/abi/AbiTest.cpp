@@ -139,7 +139,10 @@ TEST(AbiLogging, LinesOfOneCallArriveInOrder) {
     CLogCapture::Clear();
     host.Call(WithNul(R"({"mode":37,"clientId":"host-1"})"));
     EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{
-                                       {L"clientId =  host-1", false}, {L"> EnumStore", false}, {L"<", false}}));
+                                       {L"clientId =  host-1", false},
+                                       {L"> EnumStore", false},
+                                       {L"StoreAddress received", false},
+                                       {L"<", false}}));
 
     host.Call(WithNul(R"({"mode":37,"clientId":"host-1","test":true})"));
     EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
@@ -159,7 +162,7 @@ TEST(AbiConcurrency, ParallelCallsEachGetTheirOwnAnswer) {
             for (int i = 0; i < 200; ++i) {
                 const bool known = (i + t) % 2 == 0;
                 const SAnswer answer = host.Call(WithNul(known ? R"({"mode":37})" : R"({"mode":98})"));
-                const char* expected = known ? R"({"errorCode":0,"errorMessage":"DONE"})"
+                const char* expected = known ? R"({"errorCode":0,"errorMessage":"DONE","stores":["MY"]})"
                                              : R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
                 wrong += answer.json != expected ? 1 : 0;
             }

@@ -3,6 +3,8 @@
 #include <stdlib.h>
 
 #include <filesystem>
+
+#include "ca/Encode.h"
 #include <mutex>
 #include <stdexcept>
 
@@ -62,3 +64,7 @@ std::string ToHex(const std::vector<uint8_t>& bytes) {
 }
 
 std::vector<uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
+
+void PrintTo(const SLogLine& line, std::ostream* out) {
+    *out << (line.isError ? "error: " : "") << ca::u16u8(line.text);
+}

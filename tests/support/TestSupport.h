@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ struct SLogLine {
     bool isError;
     bool operator==(const SLogLine& other) const { return text == other.text && isError == other.isError; }
 };
+
+// PrintTo shows a log line readably in test failures.
+void PrintTo(const SLogLine& line, std::ostream* out);
 
 // CLogCapture collects log lines through CaptureLogLine, a callback with the host's signature.
 class CLogCapture {

@@ -224,6 +224,15 @@ TEST_F(SestoolTest, VerboseShowsModuleLogLines) {
     EXPECT_EQ(verbose.out, quiet.out);
 }
 
+TEST_F(SestoolTest, OutFileIsNotWrittenWithoutResponseData) {
+    const std::string request = File("request.json", R"({"mode":37})").string();
+    const fs::path out = _dir / "never.bin";
+    const SRun run = Run({"request", "--out", out.string(), request});
+    EXPECT_EQ(run.exitCode, 0) << Describe(run);
+    EXPECT_NE(run.err.find("carries no file data"), std::string::npos) << Describe(run);
+    EXPECT_FALSE(fs::exists(out));
+}
+
 // CreateHash answers the CRC-64 of the data as decimal text behind the JSON.
 TEST_F(SestoolTest, ResponseDataGoesToOutFile) {
     const std::string request = File("request.json", R"({"mode":50})").string();

@@ -1,0 +1,110 @@
+// Signing throughput through CM_ProcessClientRequest, and the bare CRC-64, at 1 MiB and 256 MiB.
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "ca/Encode.h"
+#include "mod_ses.h"
+#include "ses/Hasher.h"
+#include "ses/crc64.h"
+
+namespace {
+
+std::vector<uint8_t> Payload(size_t size) {
+    std::vector<uint8_t> bytes(size);
+    uint64_t x = 88172645463325252ULL;
+    for (auto& b : bytes) {
+        x ^= x << 13, x ^= x >> 7, x ^= x << 17;
+        b = static_cast<uint8_t>(x);
+    }
+    return bytes;
+}
+
+// CBenchModule is a module over a throw-away HOME holding one certificate, "bench".
+class CBenchModule {
+public:
+    CBenchModule() {
+        char pattern[] = "/tmp/ses-bench-XXXXXX";
+        home = mkdtemp(pattern);
+        setenv("HOME", home.c_str(), 1);
+        const std::string dir = home + "/.config/VALKO/SesCertificates/";
+        std::filesystem::create_directories(dir);
+        std::ofstream(dir + "bench.ses") << "<SES Version=\"1.0\"><Certificate><ID>bench</ID>"
+                                            "<Surname>Bench</Surname></Certificate></SES>";
+        module = CM_Init(true, nullptr);
+    }
+    ~CBenchModule() {
+        CM_Free(module);
+        std::filesystem::remove_all(home);
+    }
+    // Call sends one request and checks that it succeeded.
+    bool Call(const std::string& request) {
+        CMPacket packet{};
+        packet.request = request.data();
+        packet.requestLength = static_cast<uint32_t>(request.size());
+        packet.isLocal = true;
+        CM_ProcessClientRequest(module, &packet);
+        const bool ok = packet.response != nullptr && std::strncmp(packet.response, "{\"errorCode\":0,", 15) == 0;
+        std::free(packet.response);
+        return ok;
+    }
+
+    std::string home;
+    void* module = nullptr;
+};
+
+void BM_SignRawBytes(benchmark::State& state) {
+    CBenchModule host;
+    const auto data = Payload(static_cast<size_t>(state.range(0)));
+    std::string request = R"({"mode":14,"senderCertId":"bench","fileDataSize":)" + std::to_string(data.size()) + "}";
+    request.push_back('\0');
+    request.append(data.begin(), data.end());
+    for (auto _ : state) {
+        if (!host.Call(request)) {
+            state.SkipWithError("signing failed");
+            break;
+        }
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void BM_SignEncodedSize(benchmark::State& state) {
+    CBenchModule host;
+    const auto data = Payload(static_cast<size_t>(state.range(0)));
+    const std::string encoded = ca::Base64Encode(data.data(), static_cast<uint32_t>(data.size()));
+    const std::string request = R"({"fileDataEncodedSize":)" + std::to_string(encoded.size()) + R"(,"fileData":")" +
+                                encoded + R"(","mode":14,"senderCertId":"bench"})" + std::string(1, '\0');
+    for (auto _ : state) {
+        if (!host.Call(request)) {
+            state.SkipWithError("signing failed");
+            break;
+        }
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void BM_Crc64(benchmark::State& state) {
+    const auto data = Payload(static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        Crc64Hash hash;
+        hash.Compute(data.data(), static_cast<unsigned int>(data.size()));
+        benchmark::DoNotOptimize(hash.GetValue());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+constexpr int64_t kSmall = int64_t{1} << 20;
+constexpr int64_t kLarge = int64_t{256} << 20;
+
+BENCHMARK(BM_SignRawBytes)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SignEncodedSize)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Crc64)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
