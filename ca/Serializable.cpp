@@ -7,6 +7,7 @@
 #include "ca/CertInfo2.h"
 #include "ca/CryptPacket.h"
 #include "ca/Encode.h"
+#include "ca/StoreAddress.h"
 #include "ca/StringArray.h"
 #include "ca/SignInfo.h"
 #include "ca/VerificationResult.h"
@@ -44,8 +45,8 @@ constexpr RecordFactory kFactories[std::size(stags)] = {
     &Make<SignInfosArray>,      // 5
     &Make<CertInfo2>,           // 6
     &Make<CertInfos2>,          // 7
-    nullptr,                    // 8 storeAddress
-    nullptr,                    // 9 storeAddresses
+    &Make<StoreAddress>,           // 8
+    &Make<StoreAddresses>,         // 9
     nullptr,                    // 10 crlInfo
     nullptr,                    // 11 config
     nullptr,                    // 12 PKIConfig

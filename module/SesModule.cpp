@@ -68,7 +68,8 @@ const SModeRow* FindMode(uint32_t mode) {
 
 }  // namespace
 
-CSesModule::CSesModule(bool inServiceMode) : ca::CryptoModule(inServiceMode) {}
+CSesModule::CSesModule(bool inServiceMode, ca::Clock clock)
+    : ca::CryptoModule(inServiceMode), contexts(this, clock), streams(this, clock) {}
 
 CSesModule::~CSesModule() { CleanUp(); }
 
@@ -86,11 +87,12 @@ bool CSesModule::Init(LogCallback logCallback) {
     return true;
 }
 
-void CSesModule::CleanUp() {}
+void CSesModule::CleanUp() { contexts.CleanUp(); }
 
 void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
     ca::CryptRequest& request = packet.request;
     ca::CryptResponse& response = packet.response;
+    CCallContext call(packet, this);
     LogEvent((L"clientId =  " + request.clientId).c_str(), false);
     CancellationToken token;
     try {
@@ -124,17 +126,35 @@ void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
     }
 }
 
-// Operations built by the store and stream work; until then they answer success.
-void CSesModule::SetCert(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetCertInfo(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::CertValidation(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetCert(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::SetCurStore(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::SetCert2(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::GetCurStore(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::StreamSign(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::StreamVerify(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::StreamGetSignInfo(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::ReleaseClient(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::StreamHash(ca::CryptPacket&, CancellationToken&) {}
-void CSesModule::ParseCert(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::StreamSign(ca::CryptPacket& packet, CancellationToken& token) {
+    streams.Stream(packet, ca::StreamType::kSimple, token);
+    if (packet.request.streamFinalChunk) {
+        packet.request.mode = 27;
+        Sign(packet, token);
+    }
+}
+
+void CSesModule::StreamVerify(ca::CryptPacket& packet, CancellationToken& token) {
+    streams.Stream(packet, ca::StreamType::kSimple, token);
+    if (packet.request.streamFinalChunk) {
+        packet.request.mode = 15;
+        Verify(packet, token);
+    }
+}
+
+void CSesModule::StreamGetSignInfo(ca::CryptPacket& packet, CancellationToken& token) {
+    streams.Stream(packet, ca::StreamType::kSimple, token);
+    if (packet.request.streamFinalChunk) {
+        packet.request.mode = 29;
+        GetSignInfo(packet, token);
+    }
+}
+
+void CSesModule::StreamHash(ca::CryptPacket& packet, CancellationToken& token) {
+    streams.Stream(packet, ca::StreamType::kHash, token);
+}
+
+void CSesModule::ReleaseClient(ca::CryptPacket& packet, CancellationToken&) {
+    contexts.Remove(packet.request.clientId);
+    packet.response.errorCode = ca::kOk;
+}

@@ -6,7 +6,9 @@
 #include "module/CancellationToken.h"
 #include "module/CryptoModule.h"
 #include "module/Log.h"
+#include "module/ClientContext.h"
 #include "ses/CCertificateCollection.h"
+#include "ses/StreamArray.h"
 
 namespace ca {
 class SignInfos;
@@ -15,7 +17,8 @@ class SignInfos;
 // CSesModule is the simple-electronic-signature module: one object per CM_Init.
 class CSesModule : public ca::CryptoModule {
 public:
-    explicit CSesModule(bool inServiceMode);
+    // clock is the time source of client contexts and stream ids (replaceable in tests).
+    explicit CSesModule(bool inServiceMode, ca::Clock clock = ca::RealTimeMs);
     virtual ~CSesModule();
 
     // Init reads the configuration, binds the host's log callback and loads the local certificates.
@@ -55,11 +58,20 @@ public:
     void SignRaw(ca::CryptPacket& packet, CancellationToken& token);
     void SignHashRaw(ca::CryptPacket& packet, CancellationToken& token);
     void VerifyRaw(ca::CryptPacket& packet, CancellationToken& token);
+    void GetCRL(ca::CryptPacket& packet, CancellationToken& token);
+    void GetRecipientsList(ca::CryptPacket& packet, CancellationToken& token);
+    void Encrypt(ca::CryptPacket& packet, CancellationToken& token);
+    void TranslateCRL2(ca::CryptPacket& packet, CancellationToken& token);
+    void CoSign(ca::CryptPacket& packet, CancellationToken& token);
+    void ShowSign(ca::CryptPacket& packet, CancellationToken& token);
 
     // LoadLocalCerts fills the collection from the local certificate folder, once, at Init.
     void LoadLocalCerts();
 
+    // Destroyed in reverse order: streams, then contexts, then certificates.
     CCertificateCollection certificates;
+    CClientContextArray contexts;
+    CStreamArray streams;
 
 private:
     // _SignHash builds the container over the given hash digits and makes its text the result.

@@ -1,23 +1,131 @@
-// Store and certificate operations of CSesModule: one store, "MY", holding the local certificates.
+// Store and certificate operations of CSesModule: one store, "MY", holding the local certificates,
+// and a per-client current-store list that can only name the temporary store.
+#include "ca/CertInfo2.h"
 #include "ca/ErrorCodes.h"
+#include "ca/StoreAddress.h"
 #include "ca/StringArray.h"
 #include "module/ErrorMessageHelper.h"
 #include "module/Lng.h"
 #include "module/Log.h"
 #include "module/SesModule.h"
 
+namespace {
+
+[[noreturn]] void Fail(long line, uint32_t code) {
+    ca::LogError(ca::GetLineString("CryptoModule", line).c_str(), L"", code, true);
+    throw ca::Exception(code);  // not reached: LogError throws
+}
+
+// RequestStore validates the request's store address and gives the store it names; a request
+// without one, or with an empty one, names the default "MY" store.
+ca::StoreAddress RequestStore(const ca::CryptPacket& packet, bool rejectRemote, long line, ValkoMessage received,
+                              bool machine) {
+    const auto* given = static_cast<const ca::StoreAddress*>(packet.request.GetObject(ca::kTypeStoreAddress));
+    if (given != nullptr && (!given->IsValid() || (rejectRemote && given->IsRemote()))) {
+        Fail(line, ca::kWrongStoreAddress);
+    }
+    LogEvent(SetVALKOMessage(received), false);
+    if (given == nullptr || given->IsEmpty()) {
+        return ca::StoreAddress(L"MY", machine);
+    }
+    return *given;
+}
+
+void SetEmptyFileData(ca::CryptPacket& packet) {
+    packet.response.SetObject(std::make_unique<ca::FileData>(), true);
+}
+
+void RequireFileData(const ca::CryptPacket& packet, long line) {
+    if (packet.request.GetFileDataSize() == 0) {
+        Fail(line, ca::kNoDataInArgs);
+    }
+}
+
+}  // namespace
+
 void CSesModule::EnumStore(ca::CryptPacket& packet, CancellationToken&) {
-    LogEvent(SetVALKOMessage(msg::kStoreAddressReceived), false);
+    RequestStore(packet, true, 262, msg::kStoreAddressReceived, serviceMode);
     auto stores = std::make_unique<ca::StringArray>(ca::kTypeStores);
     stores->items.emplace_back(L"MY");
     packet.response.SetObject(std::move(stores), false);
 }
 
 void CSesModule::EnumCerts(ca::CryptPacket& packet, CancellationToken&) {
-    LogEvent(SetVALKOMessage(msg::kStoreAddressReceived2), false);
+    RequestStore(packet, false, 283, msg::kStoreAddressReceived2, serviceMode);
     auto list = std::make_unique<ca::StringArray>(ca::kTypeCertificates);
     list->items = certificates.Ids();
     packet.response.SetObject(std::move(list), false);
+}
+
+void CSesModule::GetCurStore(ca::CryptPacket& packet, CancellationToken&) {
+    auto list = std::make_unique<ca::StoreAddresses>();
+    list->items.emplace_back(L"", L"", L"VALKOTempStore");
+    packet.response.SetObject(std::move(list), false);
+}
+
+void CSesModule::SetCurStore(ca::CryptPacket& packet, CancellationToken&) {
+    ca::StoreAddresses chosen;
+    if (const auto* given = static_cast<const ca::StoreAddresses*>(packet.request.GetObject(ca::kTypeStoreAddresses));
+        given != nullptr) {
+        chosen.items = given->items;
+    }
+    // The module's filter keeps well-formed, set addresses; only the temporary store can be chosen.
+    ca::FilterAddresses(chosen, [](const ca::StoreAddress& a) { return a.IsValid() && !a.IsEmpty(); });
+    ca::FilterAddresses(chosen, [](const ca::StoreAddress& a) { return a.IsTempStore(); });
+    if (chosen.items.empty()) {
+        Fail(216, ca::kWrongStoreAddress);
+    }
+    LogEvent(SetVALKOMessage(msg::kNewCurrentStore), false);
+    if (packet.callContext == nullptr || packet.callContext->context == nullptr) {
+        Fail(233, ca::kExecutionError);
+    }
+    ca::StoreAddresses& current = packet.callContext->context->currentStores;
+    current.items.clear();
+    for (const ca::StoreAddress& address : chosen.items) {
+        const std::wstring full = address.GetFullAddress();
+        const bool known = std::any_of(current.items.begin(), current.items.end(),
+                                       [&full](const ca::StoreAddress& a) { return a.GetFullAddress() == full; });
+        if (!known) {
+            current.items.push_back(address);
+        }
+    }
+}
+
+void CSesModule::GetCert(ca::CryptPacket& packet, CancellationToken&) { SetEmptyFileData(packet); }
+
+void CSesModule::SetCert(ca::CryptPacket& packet, CancellationToken&) { RequireFileData(packet, 588); }
+
+void CSesModule::GetCRL(ca::CryptPacket& packet, CancellationToken&) {
+    RequireFileData(packet, 597);
+    SetEmptyFileData(packet);
+}
+
+void CSesModule::GetCertInfo(ca::CryptPacket& packet, CancellationToken&) {
+    RequireFileData(packet, 607);
+    SetEmptyFileData(packet);
+}
+
+void CSesModule::GetRecipientsList(ca::CryptPacket&, CancellationToken&) { Fail(640, 16253); }
+
+void CSesModule::Encrypt(ca::CryptPacket& packet, CancellationToken&) {
+    RequireFileData(packet, 652);
+    Fail(655, 16131);
+}
+
+void CSesModule::SetCert2(ca::CryptPacket& packet, CancellationToken&) {
+    LogEvent(ca::GetLineString("CryptoModule", 536).c_str(), false);
+    rapidjson::Document document;
+    ca::ParseJson(document, reinterpret_cast<const char*>(packet.request.GetFileData()),
+                  packet.request.GetFileData() == nullptr ? 0 : packet.request.GetFileDataSize());
+    CSesCert record;
+    record.FromJson(document);
+    auto info = std::make_unique<SesCertInfo2>(record);
+    auto answer = std::make_unique<ca::CertInfos2>();
+    answer->items.push_back(std::make_unique<ca::CertInfo2>(static_cast<const ca::CertInfo2&>(*info)));
+    // Deliberate: a known identifier keeps its first certificate; the call still succeeds.
+    certificates.Add(std::move(info));
+    packet.response.SetObject(std::move(answer), true);
+    packet.response.errorCode = ca::kOk;
 }
 
 void CSesModule::GetCertInfo2(ca::CryptPacket& packet, CancellationToken&) {
@@ -32,3 +140,10 @@ void CSesModule::GetCertInfo2(ca::CryptPacket& packet, CancellationToken&) {
     // The general description only: the embedded record is not carried over.
     packet.response.SetObject(std::make_unique<ca::CertInfo2>(static_cast<const ca::CertInfo2&>(*found)), false);
 }
+
+// Operations without anything to do for a simple signature: they leave the packet as it is.
+void CSesModule::CertValidation(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::TranslateCRL2(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::ParseCert(ca::CryptPacket&, CancellationToken&) {}
+void CSesModule::CoSign(ca::CryptPacket& packet, CancellationToken& token) { ParseCert(packet, token); }
+void CSesModule::ShowSign(ca::CryptPacket& packet, CancellationToken& token) { ParseCert(packet, token); }

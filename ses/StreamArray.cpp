@@ -1,0 +1,36 @@
+#include "ses/StreamArray.h"
+
+#include "ca/ErrorCodes.h"
+
+void CStreamHash::Stream(ca::CryptPacket& packet, CancellationToken&) {
+    std::lock_guard<std::mutex> guard(lock);
+    auto* chunk = static_cast<ca::FileData*>(packet.request.GetObject(ca::kTypeFileData));
+    if (chunk == nullptr) {
+        throw ca::Exception(ca::kNoDataInArgs);
+    }
+    hash.Compute(chunk->data.get(), chunk->size);
+    chunk->data.reset();
+    chunk->size = 0;
+    if (packet.request.streamFinalChunk) {
+        const std::string text(hash.GetValue(), hash.GetValueLength());
+        packet.response.SetObject(
+            std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size())),
+            true);
+    }
+}
+
+std::shared_ptr<ca::CStreamBase> CStreamArray::GetStream(uint32_t id, ca::StreamType type) {
+    CSesModule* owner = module;
+    return _FindOrAdd(id, [type, owner](uint32_t newId) -> std::shared_ptr<ca::CStreamBase> {
+        switch (type) {
+            case ca::StreamType::kSimple:
+                return std::make_shared<ca::CSimpleStream>(newId);
+            case ca::StreamType::kHash:
+                return std::make_shared<CStreamHash>(owner, newId);
+            case ca::StreamType::kEncode:
+            case ca::StreamType::kDecode:
+                break;
+        }
+        return nullptr;
+    });
+}
