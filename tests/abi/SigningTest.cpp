@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <regex>
 
 #include "ca/Encode.h"
 #include "ca/Json.h"
@@ -53,6 +52,20 @@ std::string FileData(const std::string& answer) {
     uint32_t size = 0;
     ca::Base64Decode(text.c_str(), out, size);
     return std::string(reinterpret_cast<const char*>(out.get()), size);
+}
+
+// Mask replaces the text of the first <name> element with "X" and returns the old text.
+std::string Mask(std::string& xml, const std::string& name) {
+    const std::string open = "<" + name + ">";
+    const size_t start = xml.find(open);
+    const size_t end = xml.find("</" + name + ">");
+    if (start == std::string::npos || end == std::string::npos || end < start) {
+        ADD_FAILURE() << "no " << name;
+        return {};
+    }
+    const std::string text = xml.substr(start + open.size(), end - start - open.size());
+    xml.replace(start + open.size(), text.size(), "X");
+    return text;
 }
 
 std::string B64(const std::string& text) {
@@ -116,9 +129,12 @@ TEST_F(SigningTest, DetachedContainerLayout) {
     EXPECT_EQ(Member(answer, "errorCode"), "0");
     EXPECT_EQ(Member(answer, "errorMessage"), "DONE");
     std::string xml = FileData(answer);
-    xml = std::regex_replace(xml, std::regex("<SignId>[0-9]+</SignId>"), "<SignId>ID</SignId>");
-    xml = std::regex_replace(xml, std::regex("<SignTimeUTC>[0-9]{2}\\.[0-9]{2}\\.[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}</SignTimeUTC>"),
-                             "<SignTimeUTC>T</SignTimeUTC>");
+    const std::string id = Mask(xml, "SignId");
+    EXPECT_FALSE(id.empty());
+    EXPECT_EQ(id.find_first_not_of("0123456789"), std::string::npos);
+    const std::string time = Mask(xml, "SignTimeUTC");  // "dd.mm.yyyy hh:mm:ss"
+    ASSERT_EQ(time.size(), 19u);
+    EXPECT_EQ((std::string{time[2], time[5], time[10], time[13], time[16]}), ".. ::");
     EXPECT_EQ(xml,
               "<SES Version=\"1.0\">\n"
               "    <Certificate>\n"
@@ -135,8 +151,8 @@ TEST_F(SigningTest, DetachedContainerLayout) {
               "        <Address />\n"
               "    </Certificate>\n"
               "    <EDS>\n"
-              "        <SignId>ID</SignId>\n"
-              "        <SignTimeUTC>T</SignTimeUTC>\n"
+              "        <SignId>X</SignId>\n"
+              "        <SignTimeUTC>X</SignTimeUTC>\n"
               "        <Comment>Договор №5</Comment>\n"
               "        <URI>urn:doc:5</URI>\n"
               "        <CRC Set=\"st_1\">" + B64("7800480153909949255") + "</CRC>\n"
