@@ -1,4 +1,5 @@
-# Entry points: make deps | build | test | demo | bench | fuzz. SANITIZE=1 builds with ASan+UBSan.
+# Entry points: make deps | build | test | demo | bench | fuzz.
+# SANITIZE=1 builds with ASan+UBSan (build-san/), SANITIZE=thread with ThreadSanitizer (build-tsan/).
 SHELL := /bin/bash
 JOBS ?= $(shell nproc)
 SANITIZE ?= 0
@@ -8,6 +9,9 @@ SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 ifeq ($(SANITIZE),1)
 BUILD_DIR ?= build-san
 CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSES_SANITIZE="address;undefined"
+else ifeq ($(SANITIZE),thread)
+BUILD_DIR ?= build-tsan
+CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSES_SANITIZE=thread
 else
 BUILD_DIR ?= build
 CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=Release
@@ -54,4 +58,4 @@ fuzz: deps
 	done
 
 clean:
-	rm -rf build build-san build-bench build-fuzz
+	rm -rf build build-san build-tsan build-bench build-fuzz

@@ -1,5 +1,6 @@
 #include "ca/Stream.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -62,8 +63,12 @@ std::shared_ptr<CStreamBase> CStreamArray::_FindOrAdd(
             }
         }
     }
+    // Ids come from the millisecond clock. Every open stream is compared, not only the last one:
+    // several streams opened within one millisecond by different clients must never share an id.
     uint32_t newId = clock();
-    if (!streams.empty() && streams.back() != nullptr && streams.back()->id == newId) {
+    while (newId == 0 || std::any_of(streams.begin(), streams.end(), [newId](const auto& s) {
+               return s != nullptr && s->id == newId;
+           })) {
         ++newId;
     }
     std::shared_ptr<CStreamBase> stream = make(newId);

@@ -1,0 +1,25 @@
+// Feeds arbitrary text to the initialisation-string parser.
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "ca/Encode.h"
+#include "config/InitStringParser.h"
+#include "fuzz/FuzzTarget.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::wstring text = ca::u8u16(reinterpret_cast<const char*>(data), size);
+    const ca::InitStringParser parser(text.c_str());
+    for (int p = 0; p <= 4; ++p) {
+        std::wstring value;
+        if (parser.Lookup(static_cast<ca::InitStringParameter>(p), value) && !value.empty() &&
+            (value.front() == L'"' || value.front() == L' ' || value.back() == L'"' || value.back() == L' ')) {
+            std::fprintf(stderr, "fuzz_initstring: value keeps quotes or blanks\n");
+            std::abort();
+        }
+    }
+    std::wstring value;
+    parser.LookupStr(L"TSP_INET_TIMEOUT", value);
+    parser.LookupStr(text.c_str(), value);
+    return 0;
+}

@@ -1,0 +1,113 @@
+// Store operations, SetCert2 and chunked streams through the C interface.
+#include <thread>
+
+#include "ca/Encode.h"
+#include "tests/support/HostModule.h"
+
+namespace {
+
+std::string B64(const std::string& text) {
+    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size()));
+}
+
+// StreamId reads "streamId" out of an answer, 0 when absent.
+uint32_t StreamId(const std::string& json) {
+    const size_t at = json.find("\"streamId\":");
+    return at == std::string::npos ? 0 : static_cast<uint32_t>(std::stoul(json.substr(at + 11)));
+}
+
+constexpr const char* kCert = R"({"ID":"json-cert","Surname":"Json","GivenName":"Cert"})";
+
+TEST(AbiStores, FixedAnswersOfTheStoreOperations) {
+    CTempHome home;
+    CHostModule host;
+    const struct {
+        const char* request;
+        const char* answer;
+    } cases[] = {
+        {R"({"mode":37})", R"({"errorCode":0,"errorMessage":"DONE","stores":["MY"]})"},
+        {R"({"mode":37,"storeAddress":{"location":"sscu","address":"","name":"MY"}})", R"({"errorCode":0,"errorMessage":"DONE","stores":["MY"]})"},
+        {R"({"mode":37,"storeAddress":{"location":"remote","address":"h","name":"MY"}})", R"({"errorCode":16252,"errorMessage":"ERROR Wrong store address"})"},
+        {R"({"mode":38,"storeAddress":{"location":"sslm","address":"a\\b","name":"MY"}})", R"({"errorCode":16252,"errorMessage":"ERROR Wrong store address"})"},
+        {R"({"mode":38})", R"({"errorCode":0,"errorMessage":"DONE","certificates":[]})"},
+        {R"({"mode":47})", R"({"errorCode":0,"errorMessage":"DONE","storeAddresses":[{"location":"","address":"","name":"VALKOTempStore"}]})"},
+        {R"({"mode":36,"clientId":"c","storeAddresses":[{"location":"sscu","name":"MY"}]})", R"({"errorCode":16252,"errorMessage":"ERROR Wrong store address"})"},
+        {R"({"mode":36,"clientId":"c","storeAddresses":[{"name":"VALKOTempStore"},{"name":"VALKOTempStore"}]})", R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {R"({"mode":36,"clientId":"c"})", R"({"errorCode":16252,"errorMessage":"ERROR Wrong store address"})"},
+        {R"({"mode":35})", R"({"errorCode":0,"errorMessage":"DONE","fileData":""})"},
+        {R"({"mode":21})", R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x"},
+        {R"({"mode":21,"fileData":"QQ=="})", R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {R"({"mode":22})", R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x"},
+        {R"({"mode":25})", R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {R"({"mode":65})", R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {R"({"mode":61,"clientId":"c"})", R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {R"({"mode":34,"senderCertId":"nobody"})", R"({"errorCode":16104,"errorMessage":"NEED","needCertId":"nobody"})"},
+        {R"({"mode":45,"fileData":"IA=="})", R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {R"({"mode":45,"fileData":"W10="})", R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {R"({"mode":37,"extInitParams":"FORCE_CERTINCLUDE=x"})", R"({"errorCode":16197,"errorMessage":"ERROR Execution error"})"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.request);
+        EXPECT_EQ(host.Call(WithNul(c.request)).json, c.answer);
+    }
+}
+
+TEST(AbiStores, SetCert2MakesACertificateUsableForSigning) {
+    CTempHome home;
+    CHostModule host;
+    const std::string added = host.Call(WithNul(R"({"mode":45,"fileData":")" + B64(kCert) + "\"}")).json;
+    EXPECT_EQ(added.rfind(R"({"errorCode":0,"errorMessage":"DONE","certInfos":[{"Id":"json-cert",)", 0), 0u) << added;
+    EXPECT_EQ(host.Call(WithNul(R"({"mode":38})")).json, R"({"errorCode":0,"errorMessage":"DONE","certificates":["json-cert"]})");
+    const std::string signature = host.Call(WithNul(R"({"mode":14,"senderCertId":"json-cert","fileData":"QUJD"})")).json;
+    EXPECT_EQ(signature.rfind(R"({"errorCode":0,"errorMessage":"DONE","fileData":")", 0), 0u);
+    EXPECT_NE(host.Call(WithNul(R"({"mode":34,"senderCertId":"json-cert"})")).json.find(R"("Description":"SN=Json, G=Cert")"),
+              std::string::npos);
+    // A known identifier keeps its first record; the call still succeeds and describes what was sent.
+    const std::string again = host.Call(WithNul(R"({"mode":45,"fileData":")" +
+                                                B64(R"({"ID":"json-cert","Surname":"Other"})") + "\"}")).json;
+    EXPECT_NE(again.find(R"("Description":"SN=Other")"), std::string::npos);
+    EXPECT_NE(host.Call(WithNul(R"({"mode":34,"senderCertId":"json-cert"})")).json.find(R"("Description":"SN=Json, G=Cert")"),
+              std::string::npos);
+}
+
+TEST(AbiStreams, ChunkedSigningEqualsOneShot) {
+    CTempHome home;
+    CHostModule host;
+    host.Call(WithNul(R"({"mode":45,"fileData":")" + B64(kCert) + "\"}"));
+    auto chunk = [&](uint32_t mode, uint32_t id, const std::string& bytes, bool final) {
+        std::string request = R"({"mode":)" + std::to_string(mode) + R"(,"senderCertId":"json-cert","streamId":)" +
+                              std::to_string(id) + (final ? R"(,"streamFinalChunk":true)" : "") +
+                              R"(,"fileDataSize":)" + std::to_string(bytes.size()) + "}";
+        return host.Call(request + std::string(1, '\0') + bytes);
+    };
+    const SAnswer first = chunk(53, 0, "ab", false);
+    const uint32_t id = StreamId(first.json);
+    ASSERT_NE(id, 0u);
+    EXPECT_EQ(StreamId(chunk(53, id, "", false).json), id);
+    const SAnswer missing = host.Call(WithNul(R"({"mode":53,"streamId":)" + std::to_string(id) + "}"));
+    EXPECT_EQ(missing.json, R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)","streamId":)x" +
+                                std::to_string(id) + "}");
+    EXPECT_EQ(StreamId(chunk(53, id, "cde", false).json), id);
+    const SAnswer signedChunks = chunk(53, id, "", true);
+    const std::string container(signedChunks.data.begin(), signedChunks.data.end());
+    EXPECT_NE(container.find("<CRC Set=\"st_1\">" + B64(std::to_string(12054484311075249404ULL)) + "</CRC>"), std::string::npos)
+        << signedChunks.json << container;
+
+    // Verifying in chunks too; the stream closed, so a new id comes back.
+    const std::string verifyHead = R"({"mode":54,"sendSignData":")" + B64(container) + R"(","streamId":)";
+    const SAnswer v1 = host.Call(verifyHead + "0,\"fileDataSize\":3}" + std::string(1, '\0') + "abc");
+    const uint32_t verifyId = StreamId(v1.json);
+    EXPECT_NE(verifyId, 0u);
+    const SAnswer v2 = host.Call(verifyHead + std::to_string(verifyId) + ",\"streamFinalChunk\":true,\"fileDataSize\":2}" +
+                                 std::string(1, '\0') + "de");
+    EXPECT_NE(v2.json.find(R"("SignatureVerifyResult":0,)"), std::string::npos) << v2.json;
+
+    // Hashing in chunks answers what CreateHash gives for the whole.
+    const uint32_t hashId = StreamId(host.Call(WithNul(R"({"mode":63,"fileData":"MTIzNA=="})")).json);
+    EXPECT_EQ(host.Call(WithNul(R"({"mode":63,"streamFinalChunk":true,"fileData":"NTY3ODk=","streamId":)" +
+                                std::to_string(hashId) + "}")).json,
+              R"({"errorCode":0,"errorMessage":"DONE","streamId":)" + std::to_string(hashId) +
+                  R"(,"fileData":")" + B64("7800480153909949255") + "\"}");
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "module/ClientContext.h"
+#include "module/SesModule.h"
+
+namespace {
+
+// A clock the test moves by hand.
+struct SManualClock {
+    std::shared_ptr<std::atomic<uint32_t>> now = std::make_shared<std::atomic<uint32_t>>(0);
+    ca::Clock Source() const {
+        auto shared = now;
+        return [shared] { return shared->load(); };
+    }
+};
+
+TEST(ClientContexts, IdsAreExactAndReused) {
+    SManualClock clock;
+    CClientContextArray contexts(nullptr, clock.Source());
+    const auto a = contexts.AcquireContext(L"A");
+    EXPECT_NE(contexts.AcquireContext(L"a"), a);
+    EXPECT_EQ(contexts.AcquireContext(L"A"), a);
+    EXPECT_EQ(contexts.Count(), 2u);
+    contexts.Remove(L"A");
+    EXPECT_EQ(contexts.Count(), 1u);
+    EXPECT_EQ(a->clientId, L"A");  // a removed context stays valid for the call holding it
+}
+
+TEST(ClientContexts, IdleContextsGoAtTheHourlySweep) {
+    SManualClock clock;
+    clock.now->store(3600001);  // the first acquisition sweeps: lastCleanup starts at 0
+    CClientContextArray contexts(nullptr, clock.Source());
+    contexts.AcquireContext(L"old");
+    contexts.AcquireContext(L"edge");
+    contexts.AcquireContext(L"fresh");
+
+    clock.now->store(3600001 + 3600000);  // one hour later exactly: no sweep yet
+    contexts.AcquireContext(L"fresh");
+    EXPECT_EQ(contexts.Count(), 3u);
+
+    // "edge" is touched so that at the sweep it is idle for exactly three hours.
+    clock.now->store(3600001 + 1);
+    contexts.AcquireContext(L"edge");
+    clock.now->store(3600001 + 10800001);
+    contexts.AcquireContext(L"fresh");  // the sweep runs first, then "fresh" is refreshed
+    EXPECT_EQ(contexts.Count(), 2u);   // "old" (idle 10800001 ms) went; "edge" (10800000 ms) stayed
+}
+
+TEST(ClientContexts, ClockWrapsAround) {
+    SManualClock clock;
+    clock.now->store(0xFFFFFF00u);
+    CClientContextArray contexts(nullptr, clock.Source());
+    contexts.AcquireContext(L"x");
+    clock.now->store(0x100);  // 512 ms later, across the wrap
+    contexts.RemoveOld();
+    EXPECT_EQ(contexts.Count(), 1u);
+}
+
+TEST(CallContext, InitStringAndValues) {
+    const struct {
+        bool serviceMode;
+        const wchar_t* ext;
+        const wchar_t* initString;
+        int32_t force;
+    } cases[] = {
+        {true, L"CERT_FILTER=x", L"CERT_FILTER=x;TSP_INET_TIMEOUT=30000;SERVICE_MODE=TRUE;", 0},
+        {false, L"FORCE_CERTINCLUDE=7;", L"FORCE_CERTINCLUDE=7;TSP_INET_TIMEOUT=30000;", 7},
+        {false, L"", L"TSP_INET_TIMEOUT=30000;", 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.ext);
+        CSesModule module(c.serviceMode);
+        ca::CryptPacket packet;
+        packet.request.mode = 37;
+        packet.request.clientId = L"c";
+        packet.request.extInitParams = c.ext;
+        const CCallContext call(packet, &module);
+        EXPECT_EQ(packet.callContext, &call);
+        EXPECT_EQ(call.initString, c.initString);
+        EXPECT_EQ(call.forceCertInclude, c.force);
+        EXPECT_NE(call.context, nullptr);
+    }
+}
+
+TEST(CallContext, ProbesAndContextFreeModesAcquireNothing) {
+    CSesModule module(true);
+    for (const uint32_t mode : {11u, 24u, 42u, 43u, 37u}) {
+        SCOPED_TRACE(mode);
+        ca::CryptPacket packet;
+        packet.request.mode = mode;
+        packet.request.test = mode == 37;
+        const CCallContext call(packet, &module);
+        EXPECT_EQ(call.context, nullptr);
+        EXPECT_TRUE(call.initString.empty());
+    }
+    EXPECT_EQ(module.contexts.Count(), 0u);
+}
+
+TEST(CallContext, BadForceCertIncludeThrowsAStandardError) {
+    CSesModule module(true);
+    for (const wchar_t* value : {L"FORCE_CERTINCLUDE=abc", L"FORCE_CERTINCLUDE=99999999999"}) {
+        SCOPED_TRACE(value);
+        ca::CryptPacket packet;
+        packet.request.mode = 38;
+        packet.request.extInitParams = value;
+        EXPECT_THROW(CCallContext(packet, &module), std::logic_error);
+        EXPECT_EQ(packet.callContext, nullptr);
+    }
+}
+
+}  // namespace
