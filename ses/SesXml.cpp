@@ -45,10 +45,49 @@ bool StartsWith(const char* text, size_t length, size_t at, const char* prefix) 
     return at + n <= length && std::memcmp(text + at, prefix, n) == 0;
 }
 
+// IsValidUtf8 accepts well-formed UTF-8 only. TinyXML skips a multi-byte character by its lead
+// byte alone, so a truncated sequence at the end of the text makes it read past the buffer.
+bool IsValidUtf8(const unsigned char* p, size_t length) {
+    size_t i = 0;
+    while (i < length) {
+        const unsigned char c = p[i];
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        size_t extra = 0;
+        uint32_t cp = 0;
+        if (c >= 0xC2 && c <= 0xDF) {
+            extra = 1, cp = c & 0x1F;
+        } else if ((c & 0xF0) == 0xE0) {
+            extra = 2, cp = c & 0x0F;
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            extra = 3, cp = c & 0x07;
+        } else {
+            return false;
+        }
+        if (length - i <= extra) {
+            return false;
+        }
+        for (size_t k = 1; k <= extra; ++k) {
+            if ((p[i + k] & 0xC0) != 0x80) {
+                return false;
+            }
+            cp = (cp << 6) | (p[i + k] & 0x3F);
+        }
+        if ((extra == 2 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) || (extra == 3 && (cp < 0x10000 || cp > 0x10FFFF))) {
+            return false;
+        }
+        i += extra + 1;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool CheckXmlShape(const char* text, size_t length) {
-    if (std::memchr(text, '\0', length) != nullptr) {
+    if (std::memchr(text, '\0', length) != nullptr ||
+        !IsValidUtf8(reinterpret_cast<const unsigned char*>(text), length)) {
         return false;
     }
     size_t depth = 0;

@@ -16,8 +16,8 @@ TiXmlElement* AppendTextElement(TiXmlElement* parent, const char* name, const st
 // the field keeps its value.
 void ReadTextElement(const TiXmlElement* parent, const char* name, std::wstring& field);
 
-// CheckXmlShape tells whether text is safe to hand to TinyXML: no DOCTYPE, elements nested at most
-// kMaxXmlDepth deep, no NUL inside.
+// CheckXmlShape tells whether text is safe to hand to TinyXML: well-formed UTF-8 without NUL, no
+// DOCTYPE, elements nested at most kMaxXmlDepth deep.
 bool CheckXmlShape(const char* text, size_t length);
 
 // ParseXmlDocument parses untrusted text into document; false when the shape check fails, TinyXML

@@ -140,6 +140,10 @@ TEST(SesContainerRead, HostileDocumentsAreRefused) {
         {"quoted bracket", "<SES a=\"x>y\" b='/'><EDS/></SES>", 0},
         {"comment and CDATA", "<!-- <a> --><SES><![CDATA[<b>]]></SES>", 0},
         {"unterminated comment", "<SES><!-- </SES>", ca::kFileOperationError},
+        {"truncated UTF-8 at the end", "<SES><EDS><Comment>\xec", ca::kFileOperationError},
+        {"overlong UTF-8", "<SES>\xc0\xaf</SES>", ca::kFileOperationError},
+        {"UTF-16 surrogate", "<SES>\xed\xa0\x80</SES>", ca::kFileOperationError},
+        {"valid Cyrillic", "<SES>\xd0\x96</SES>", 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
