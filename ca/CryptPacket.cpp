@@ -57,14 +57,20 @@ void ReadNumber(const JsonValue& doc, const char* key, uint32_t& field, uint32_t
     }
 }
 
-// AttachRawBytes takes the "fileDataSize" bytes that follow the JSON text's NUL.
-void AttachRawBytes(SerializableContainer& container, const char* text, uint32_t length, uint32_t dataSize) {
-    const size_t jsonLength = strnlen(text, length);
-    if (jsonLength + 1 + static_cast<size_t>(dataSize) > length) {
+// AttachRawBytes takes the "fileDataSize" bytes that follow the JSON text's NUL (tail is null when
+// the buffer holds no NUL at all).
+void AttachRawBytes(SerializableContainer& container, const uint8_t* tail, size_t tailLength, uint32_t dataSize) {
+    if (tail == nullptr || dataSize > tailLength) {
         throw Exception(kNoDataInArgs);
     }
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text) + jsonLength + 1;
-    container.SetObject(std::make_unique<FileData>(bytes, dataSize), true);
+    container.SetObject(std::make_unique<FileData>(tail, dataSize), true);
+}
+
+// Tail returns where the raw bytes behind the JSON text's NUL start, or null without a NUL.
+const uint8_t* Tail(const char* text, uint32_t length, size_t& tailLength) {
+    const size_t jsonLength = text == nullptr ? length : strnlen(text, length);
+    tailLength = jsonLength < length ? length - jsonLength - 1 : 0;
+    return jsonLength < length ? reinterpret_cast<const uint8_t*>(text) + jsonLength + 1 : nullptr;
 }
 
 }  // namespace
@@ -72,12 +78,19 @@ void AttachRawBytes(SerializableContainer& container, const char* text, uint32_t
 CryptRequest::~CryptRequest() = default;
 
 void CryptRequest::FromJson(char* text, uint32_t length) {
-    if (text == nullptr) {
+    size_t tailLength = 0;
+    const uint8_t* tail = Tail(text, length, tailLength);
+    FromJson(text, text == nullptr ? 0 : strnlen(text, length), tail, tailLength);
+}
+
+void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength) {
+    if (json == nullptr) {
         throw Exception(kJsonError);
     }
-    const bool preParsed = PreParseFileData(text, length);
+    char* const text = json;
+    const bool preParsed = PreParseFileData(text, jsonLength);
     rapidjson::Document doc;
-    ParseJson(doc, text, strnlen(text, length));
+    ParseJson(doc, text, strnlen(text, jsonLength));
     if (!doc.IsObject()) {
         throw Exception(kJsonError);
     }
@@ -129,7 +142,7 @@ void CryptRequest::FromJson(char* text, uint32_t length) {
             const uint32_t size = Http::GetBlob(ExpectString(*url), bytes);
             SetObject(std::make_unique<FileData>(std::move(bytes), size), true);
         } else if (ReadUint(doc, "fileDataSize", dataSize)) {
-            AttachRawBytes(*this, text, length, dataSize);
+            AttachRawBytes(*this, tail, tailLength, dataSize);
             binaryFileData = true;
         } else {
             static constexpr int kRequestRecords[] = {kTypeFileData, kTypeStoreAddress, kTypeStoreAddresses,
@@ -214,7 +227,9 @@ void CryptResponse::FromJson(char* text, uint32_t length) {
     ReadBase64(doc, "sendSignData", sendSignData);
     uint32_t dataSize = 0;
     if (ReadUint(doc, "fileDataSize", dataSize)) {
-        AttachRawBytes(*this, text, length, dataSize);
+        size_t tailLength = 0;
+        const uint8_t* tail = Tail(text, length, tailLength);
+        AttachRawBytes(*this, tail, tailLength, dataSize);
         binaryFileData = true;
         return;
     }

@@ -55,6 +55,9 @@ public:
     // by the "fileDataEncodedSize" pre-parse. Throws Exception (16300 invalid JSON or a mistyped
     // value, 16118 a "fileDataSize" beyond the buffer, base64 and download codes).
     void FromJson(char* text, uint32_t length);
+    // The same over a JSON text of jsonLength bytes (json[jsonLength] readable) whose raw bytes lie
+    // elsewhere: tail is null when the buffer had no NUL after the JSON.
+    void FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength);
     // ToJson appends the request's JSON text.
     void ToJson(rapidjson::StringBuffer& buffer) const;
 

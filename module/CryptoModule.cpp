@@ -51,13 +51,18 @@ void WriteAnswer(CMPacket& host, const CryptResponse& response) {
 
 void CryptoModule::_RunRequest(const CMPacket& host, CryptPacket& packet) {
     try {
-        MallocPtr text = AllocOrThrow(static_cast<size_t>(host.requestLength) + 1);
-        if (host.request != nullptr && host.requestLength != 0) {
-            std::memcpy(text.get(), host.request, host.requestLength);
+        // Only the JSON text is copied (the pre-parse edits it in place); raw bytes behind its NUL
+        // are read straight from the host's buffer, once.
+        const size_t jsonLength = host.request == nullptr ? 0 : strnlen(host.request, host.requestLength);
+        MallocPtr text = AllocOrThrow(jsonLength + 1);
+        if (jsonLength != 0) {
+            std::memcpy(text.get(), host.request, jsonLength);
         }
-        text[host.requestLength] = 0;  // keeps every text scan inside the copy
-        packet.request.FromJson(host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()),
-                                host.requestLength);
+        text[jsonLength] = 0;
+        const bool hasTail = jsonLength < host.requestLength;
+        packet.request.FromJson(host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()), jsonLength,
+                                hasTail ? reinterpret_cast<const uint8_t*>(host.request) + jsonLength + 1 : nullptr,
+                                hasTail ? host.requestLength - jsonLength - 1 : 0);
         text.reset();
         if (config.logMode == 3) {
             const std::string encoded =

@@ -1,13 +1,28 @@
 #include "ses/Utils.h"
 
 #include <cstdlib>
+#include <mutex>
+#include <random>
 
 #include "ca/Encode.h"
 
+namespace {
+
+// NextRandom draws a value in [0, RAND_MAX] from the module's own generator: rand() would share
+// (and, once seeded, change) the host's sequence, and unseeded it repeats in every process.
+int NextRandom() {
+    static std::mutex lock;
+    static std::mt19937 generator{std::random_device{}()};
+    std::lock_guard<std::mutex> guard(lock);
+    return std::uniform_int_distribution<int>(0, RAND_MAX)(generator);
+}
+
+}  // namespace
+
 std::string GetRandom(int n) {
-    std::string text = std::to_string(std::rand());
+    std::string text = std::to_string(NextRandom());
     for (int i = 0; i < n; ++i) {
-        text += std::to_string(std::rand());
+        text += std::to_string(NextRandom());
     }
     return text;
 }

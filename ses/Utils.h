@@ -3,7 +3,8 @@
 #include <ctime>
 #include <string>
 
-// GetRandom concatenates the decimal texts of 1 + max(n, 0) successive rand() values.
+// GetRandom concatenates the decimal texts of 1 + max(n, 0) random values in [0, RAND_MAX], drawn
+// from a generator seeded once per process.
 std::string GetRandom(int n);
 
 // GetDateTimeString formats t as "%d.%m.%Y %T". tmIsUtc tells how t is to be read; toUtc chooses

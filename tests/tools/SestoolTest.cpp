@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,16 @@ protected:
         return run;
     }
 
+    fs::path CertFolder() const { return _dir / "home" / ".config" / "VALKO" / "SesCertificates"; }
+
+    // NewCert makes the certificate "ivanov" that the signing tests use; ", " inside its values must
+    // not cut the name out of the module's "SN=..., G=..., O=..." description.
+    void NewCert() {
+        const SRun run = Run({"cert", "new", "--id", "ivanov", "--surname", "Ivanov", "--given-name",
+                              "Ivan, Jr", "--organization", "Roga, Kopyta", "--email", "ivan@example.org"});
+        ASSERT_EQ(run.exitCode, 0) << run.out << run.err;
+    }
+
     fs::path _dir;
 };
 
@@ -107,9 +118,16 @@ TEST_F(SestoolTest, HelpExplainsCommandsAndExitsZero) {
         {{"request", "--help"}, "--data FILE"},
         {{"help", "request"}, "Usage: sestool request"},
         {{"request", "-h", "missing.json"}, "Exit status"},
+        {{"cert", "new", "--help"}, "--given-name G"},
+        {{"help", "cert"}, "without braces"},
+        {{"certs", "--help"}, "--json"},
+        {{"sign", "--help"}, "FILE.sig.xml"},
+        {{"verify", "-h"}, "INVALID: the data does not match the signature"},
+        {{"hash", "--help"}, "CRC-64"},
+        {{"--help"}, "verify"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.args.back());
+        SCOPED_TRACE(c.mentions);
         const SRun run = Run(c.args);
         EXPECT_EQ(run.exitCode, 0) << Describe(run);
         EXPECT_NE(run.out.find(c.mentions), std::string::npos) << Describe(run);
@@ -250,6 +268,299 @@ TEST_F(SestoolTest, ResponseDataGoesToOutFile) {
     EXPECT_EQ(unsaved.exitCode, 0) << Describe(unsaved);
     EXPECT_NE(unsaved.err.find("19 bytes of file data not saved; use --out FILE"), std::string::npos)
         << Describe(unsaved);
+}
+
+// The certificate file is the module's own document form, byte for byte: the module reads it back
+// and lists the record.
+TEST_F(SestoolTest, CertNewWritesARecordThatCertsLists) {
+    const SRun made = Run({"cert",           "new",          "--id",         "ivanov",
+                           "--surname",      "Ivanov",       "--given-name", "Ivan",
+                           "--organization", "Roga, Kopyta", "--title",      "Clerk",
+                           "--unit",         "Sales",        "--email",      "ivan@example.org",
+                           "--phone",        "+7 900",       "--country",    "RU",
+                           "--locality",     "Omsk",         "--address",    "Lenina 1"});
+    ASSERT_EQ(made.exitCode, 0) << Describe(made);
+    const fs::path file = CertFolder() / "ivanov.ses";
+    EXPECT_EQ(made.out, "id:   ivanov\nfile: " + file.string() + "\n");
+    EXPECT_EQ(ReadFile(file),
+              "<SES Version=\"1.0\">\n"
+              "    <Certificate>\n"
+              "        <ID>ivanov</ID>\n"
+              "        <Surname>Ivanov</Surname>\n"
+              "        <GivenName>Ivan</GivenName>\n"
+              "        <Organization>Roga, Kopyta</Organization>\n"
+              "        <Title>Clerk</Title>\n"
+              "        <OrganizationUnit>Sales</OrganizationUnit>\n"
+              "        <Email>ivan@example.org</Email>\n"
+              "        <Telephone>+7 900</Telephone>\n"
+              "        <Country>RU</Country>\n"
+              "        <Locality>Omsk</Locality>\n"
+              "        <Address>Lenina 1</Address>\n"
+              "    </Certificate>\n"
+              "</SES>\n");
+    EXPECT_EQ(fs::status(CertFolder()).permissions() & fs::perms::all, fs::perms::owner_all);
+    ASSERT_EQ(Run({"cert", "new", "--id", "petrov", "--surname", "Петров", "--given-name", "Пётр"}).exitCode,
+              0);
+
+    const SRun table = Run({"certs"});
+    EXPECT_EQ(table.exitCode, 0) << Describe(table);
+    // Columns line up by characters, not bytes.
+    EXPECT_EQ(table.out,
+              "ID      NAME         ORGANIZATION  E-MAIL\n"
+              "ivanov  Ivanov Ivan  Roga, Kopyta  ivan@example.org\n"
+              "petrov  Петров Пётр\n");
+    const SRun json = Run({"certs", "--json"});
+    EXPECT_EQ(json.exitCode, 0) << Describe(json);
+    EXPECT_EQ(json.out,
+              R"([{"ID":"ivanov","Surname":"Ivanov","GivenName":"Ivan","Organization":"Roga, Kopyta",)"
+              R"("Title":"Clerk","OrganizationUnit":"Sales","Email":"ivan@example.org","Telephone":"+7 900",)"
+              R"("Country":"RU","Locality":"Omsk","Address":"Lenina 1"},)"
+              R"({"ID":"petrov","Surname":"Петров","GivenName":"Пётр","Organization":"","Title":"",)"
+              R"("OrganizationUnit":"","Email":"","Telephone":"","Country":"","Locality":"","Address":""}])"
+              "\n");
+}
+
+TEST_F(SestoolTest, CertsWithoutCertificatesSaysSo) {
+    const SRun table = Run({"certs"});
+    EXPECT_EQ(table.exitCode, 0) << Describe(table);
+    EXPECT_NE(table.out.find("No certificates in"), std::string::npos) << Describe(table);
+    EXPECT_EQ(Run({"certs", "--json"}).out, "[]\n");
+}
+
+TEST_F(SestoolTest, CertNewReplacesAFileOnlyWithForce) {
+    NewCert();
+    const fs::path file = CertFolder() / "ivanov.ses";
+    const std::string before = ReadFile(file);
+    const std::vector<std::string> again{"cert",      "new",     "--id",         "ivanov",
+                                         "--surname", "Sidorov", "--given-name", "S"};
+    const SRun refused = Run(again);
+    EXPECT_EQ(refused.exitCode, 2) << Describe(refused);
+    EXPECT_NE(refused.err.find("already exists; use --force"), std::string::npos) << Describe(refused);
+    EXPECT_EQ(ReadFile(file), before);
+
+    std::vector<std::string> forced = again;
+    forced.push_back("--force");
+    const SRun replaced = Run(forced);
+    EXPECT_EQ(replaced.exitCode, 0) << Describe(replaced);
+    EXPECT_NE(ReadFile(file).find("<Surname>Sidorov</Surname>"), std::string::npos);
+}
+
+TEST_F(SestoolTest, CertNewWithoutIdNamesTheFileByUuid) {
+    const SRun run = Run({"cert", "new", "--surname", "Ivanov", "--given-name", "Ivan"});
+    ASSERT_EQ(run.exitCode, 0) << Describe(run);
+    std::smatch match;
+    const std::regex printed(
+        "^id:   ([0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12})\n");
+    ASSERT_TRUE(std::regex_search(run.out, match, printed)) << Describe(run);
+    const std::string id = match[1];
+    EXPECT_NE(ReadFile(CertFolder() / (id + ".ses")).find("<ID>" + id + "</ID>"), std::string::npos);
+}
+
+TEST_F(SestoolTest, EverydayCommandsRefuseBadUsageWithTwo) {
+    const std::string data = File("data.txt", "123456789").string();
+    const std::string missing = (_dir / "missing").string();
+    // Sparse: 4 GiB and one byte on disk cost nothing, and the size alone refuses the file.
+    const fs::path huge = _dir / "huge.bin";
+    std::ofstream(huge).close();
+    fs::resize_file(huge, (uint64_t{1} << 32) + 1);
+    struct SCase {
+        const char* label;
+        std::vector<std::string> args;
+        const char* says;
+    };
+    const SCase cases[] = {
+        {"id escaping the folder",
+         {"cert", "new", "--id", "../x", "--surname", "S", "--given-name", "G"},
+         "'../x'"},
+        {"id with a slash", {"cert", "new", "--id", "a/b", "--surname", "S", "--given-name", "G"}, "'a/b'"},
+        {"id dot", {"cert", "new", "--id", ".", "--surname", "S", "--given-name", "G"}, "must not be empty"},
+        {"id dot dot",
+         {"cert", "new", "--id", "..", "--surname", "S", "--given-name", "G"},
+         "must not be empty"},
+        {"empty id", {"cert", "new", "--id", "", "--surname", "S", "--given-name", "G"}, "must not be empty"},
+        {"no surname", {"cert", "new", "--id", "x", "--given-name", "G"}, "--surname is required"},
+        {"no given name", {"cert", "new", "--id", "x", "--surname", "S"}, "--given-name is required"},
+        {"cert without action", {"cert"}, "expected \"new\""},
+        {"unknown cert action", {"cert", "delete"}, "unknown action 'delete'"},
+        {"certs with an argument", {"certs", "x"}, "expected no arguments"},
+        {"sign without --cert", {"sign", data}, "--cert ID is required"},
+        {"sign without file", {"sign", "--cert", "x"}, "expected one FILE"},
+        {"sign of a missing file", {"sign", "--cert", "x", missing}, "cannot open"},
+        {"sign of stdin without -o", {"sign", "--cert", "x", "-"}, "needs -o"},
+        {"sign of a file of 4 GiB", {"sign", "--cert", "x", huge.string()}, "4 GiB or more cannot be sent"},
+        {"verify with one file", {"verify", data}, "expected FILE and SIGNATURE"},
+        {"verify with a missing signature", {"verify", data, missing}, "cannot open"},
+        {"hash of a missing file", {"hash", missing}, "cannot open"},
+        {"hash of a file of 4 GiB", {"hash", huge.string()}, "4 GiB or more cannot be sent"},
+        {"hash with an unknown option", {"hash", "--fast", data}, "unknown option '--fast'"},
+        {"module not loadable", {"hash", "--module", missing, data}, "missing"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const SRun run = Run(c.args);
+        EXPECT_EQ(run.exitCode, 2) << Describe(run);
+        EXPECT_NE(run.err.find(c.says), std::string::npos) << Describe(run);
+        EXPECT_EQ(run.out, "") << Describe(run);
+    }
+    EXPECT_FALSE(fs::exists(_dir / "x.ses"));
+    EXPECT_FALSE(fs::exists(CertFolder() / ".." / "x.ses"));
+}
+
+// verify: 0 when the data is what was signed, 1 when one byte differs; the text says it plainly
+// and --json gives the module's "signInfo" with the same exit code.
+TEST_F(SestoolTest, VerifyTellsWhetherTheDataMatches) {
+    NewCert();
+    const std::string data = File("report.txt", "quarterly report\n").string();
+    const SRun signedRun = Run({"sign", "--cert", "ivanov", "--comment", "approved", "--uri", "urn:x", data});
+    ASSERT_EQ(signedRun.exitCode, 0) << Describe(signedRun);
+    EXPECT_NE(signedRun.out.find("Signature written to " + data + ".sig.xml\n"), std::string::npos);
+    const std::string signature = data + ".sig.xml";
+    struct SCase {
+        const char* label;
+        std::string bytes;
+        int exitCode;
+        const char* verdict;
+        const char* jsonResult;
+    };
+    const SCase cases[] = {
+        {"unchanged", "quarterly report\n", 0, "VALID: the data is unchanged since it was signed\n",
+         R"("SignatureVerifyResult":0,)"},
+        {"one byte changed", "quarterly rePort\n", 1, "INVALID: the data does not match the signature\n",
+         R"("SignatureVerifyResult":16109,)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const std::string checked = File("checked.txt", c.bytes).string();
+        const SRun run = Run({"verify", checked, signature});
+        EXPECT_EQ(run.exitCode, c.exitCode) << Describe(run);
+        const std::regex text(
+            "Signed by: Ivanov Ivan, Jr \\(certificate ivanov\\)\n"
+            "Signed at: [0-3][0-9]\\.[01][0-9]\\.[0-9]{4} [0-2][0-9]:[0-5][0-9]:[0-6][0-9] UTC\n"
+            "Comment:   approved\n"
+            "URI:       urn:x\n");
+        EXPECT_TRUE(std::regex_search(run.out, text)) << Describe(run);
+        ASSERT_GE(run.out.size(), 2u);
+        const size_t lastLine = run.out.rfind('\n', run.out.size() - 2) + 1;
+        EXPECT_EQ(run.out.substr(lastLine), c.verdict) << Describe(run);
+
+        const SRun json = Run({"verify", "--json", checked, signature});
+        EXPECT_EQ(json.exitCode, c.exitCode) << Describe(json);
+        EXPECT_EQ(json.out.rfind(R"([{"VerifyResultEx":{)", 0), 0u) << Describe(json);
+        EXPECT_NE(json.out.find(c.jsonResult), std::string::npos) << Describe(json);
+    }
+}
+
+TEST_F(SestoolTest, SignWithAnUnknownCertificateExitsOne) {
+    NewCert();
+    const std::string data = File("data.txt", "abc").string();
+    const SRun run = Run({"sign", "--cert", "nobody", data});
+    EXPECT_EQ(run.exitCode, 1) << Describe(run);
+    EXPECT_NE(run.err.find("sestool: NEED (code 16104)\n"), std::string::npos) << Describe(run);
+    EXPECT_NE(run.err.find("no certificate 'nobody'"), std::string::npos) << Describe(run);
+    EXPECT_FALSE(fs::exists(data + ".sig.xml"));
+}
+
+// Anything that is no readable detached signature is a failure to check (2), not "INVALID" (1).
+TEST_F(SestoolTest, UnverifiableSignaturesExitTwo) {
+    NewCert();
+    const std::string data = File("data.txt", "abc").string();
+    const std::string attached = (_dir / "attached.xml").string();
+    ASSERT_EQ(Run({"sign", "--cert", "ivanov", "--attached", data, "-o", attached}).exitCode, 0);
+    struct SCase {
+        const char* label;
+        std::string signature;
+        std::vector<const char*> says;
+    };
+    const SCase cases[] = {
+        {"attached", attached, {"(code 16101)", "attached signature", "cannot be verified"}},
+        {"not XML", File("garbage.xml", "not a container").string(), {"(code 16101)", "not a well-formed"}},
+        {"certificate only", (CertFolder() / "ivanov.ses").string(), {"holds no signature"}},
+        {"empty", File("empty.xml", "").string(), {"is empty"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const SRun run = Run({"verify", data, c.signature});
+        EXPECT_EQ(run.exitCode, 2) << Describe(run);
+        for (const char* text : c.says) {
+            EXPECT_NE(run.err.find(text), std::string::npos) << text << "\n" << Describe(run);
+        }
+        EXPECT_EQ(run.out.find("VALID"), std::string::npos) << Describe(run);
+    }
+}
+
+TEST_F(SestoolTest, HashPrintsTheCrc64) {
+    struct SCase {
+        const char* data;
+        const char* printed;
+    };
+    const SCase cases[] = {{"123456789", "7800480153909949255\n"}, {"", "0\n"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.data);
+        const SRun run = Run({"hash", File("data.txt", c.data).string()});
+        EXPECT_EQ(run.exitCode, 0) << Describe(run);
+        EXPECT_EQ(run.out, c.printed);
+        const SRun piped = Run({"hash", "-"}, c.data);
+        EXPECT_EQ(piped.out, c.printed) << Describe(piped);
+    }
+}
+
+// The container sign writes: certificate, then EDS with the caller's texts and the CRC ("123456789"
+// has CRC-64 7800480153909949255, base64 of its digits); Attached sits between URI and CRC.
+TEST_F(SestoolTest, SignWritesTheContainerLayout) {
+    NewCert();
+    const std::string head =
+        "<SES Version=\"1.0\">\n"
+        "    <Certificate>\n"
+        "        <ID>ivanov</ID>\n"
+        "        <Surname>Ivanov</Surname>\n"
+        "        <GivenName>Ivan, Jr</GivenName>\n"
+        "        <Organization>Roga, Kopyta</Organization>\n"
+        "        <Title />\n"
+        "        <OrganizationUnit />\n"
+        "        <Email>ivan@example.org</Email>\n"
+        "        <Telephone />\n"
+        "        <Country />\n"
+        "        <Locality />\n"
+        "        <Address />\n"
+        "    </Certificate>\n"
+        "    <EDS>\n"
+        "        <SignId>*</SignId>\n"
+        "        <SignTimeUTC>*</SignTimeUTC>\n";
+    const std::string tail =
+        "        <CRC Set=\"st_1\">NzgwMDQ4MDE1MzkwOTk0OTI1NQ==</CRC>\n"
+        "    </EDS>\n"
+        "</SES>\n";
+    struct SCase {
+        const char* label;
+        std::vector<std::string> options;
+        std::string eds;
+    };
+    const SCase cases[] = {
+        {"detached, no texts", {}, "        <Comment />\n        <URI />\n"},
+        {"detached with texts",
+         {"--comment", "ok & done", "--uri", "urn:a"},
+         "        <Comment>ok &amp; done</Comment>\n        <URI>urn:a</URI>\n"},
+        {"attached",
+         {"--attached"},
+         "        <Comment />\n        <URI />\n        <Attached>MTIzNDU2Nzg5</Attached>\n"},
+    };
+    const std::string data = File("data.txt", "123456789").string();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        std::vector<std::string> args{"sign", "--cert", "ivanov", data};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const SRun run = Run(args);
+        ASSERT_EQ(run.exitCode, 0) << Describe(run);
+        const std::string written = ReadFile(data + ".sig.xml");
+        EXPECT_TRUE(std::regex_search(written, std::regex("<SignId>[0-9]+</SignId>")));
+        EXPECT_TRUE(std::regex_search(
+            written,
+            std::regex(
+                "<SignTimeUTC>[0-9]{2}\\.[0-9]{2}\\.[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}</SignTimeUTC>")));
+        const std::string masked =
+            std::regex_replace(written, std::regex("<(SignId|SignTimeUTC)>[^<]*</"), "<$1>*</");
+        EXPECT_EQ(masked, head + c.eds + tail);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "tools/sestool/Commands.h"
 
 #include <cstdio>
+#include <new>
+
+#include "ca/Exception.h"
 
 namespace sestool {
 
@@ -8,6 +11,11 @@ namespace {
 
 // A new command is one row here plus its unit.
 constexpr SCommand kCommands[] = {
+    {"cert", "cert new: create a signer certificate in the certificate folder", RunCert, kCertHelp},
+    {"certs", "list the certificates the module loaded", RunCerts, kCertsHelp},
+    {"sign", "sign a file; writes a signature container (FILE.sig.xml)", RunSign, kSignHelp},
+    {"verify", "check a file against its detached signature: VALID or INVALID", RunVerify, kVerifyHelp},
+    {"hash", "print a file's CRC-64 as the module computes it", RunHash, kHashHelp},
     {"request", "send one JSON request to the module and print its answer", RunRequest, kRequestHelp},
     {"help", "show this overview or the help of one command", RunHelp, kHelpHelp},
 };
@@ -23,8 +31,9 @@ constexpr const char* kUsageTail =
     "\n"
     "Run \"sestool COMMAND --help\" (or \"sestool help COMMAND\") for a command's options.\n"
     "\n"
-    "Exit status: 0 success (\"errorCode\" 0), 1 the module answered an error code,\n"
-    "2 usage or I/O error.\n";
+    "Exit status: 0 success (\"errorCode\" 0; verify: the signature is valid), 1 the module\n"
+    "answered an error code (verify: the signature is invalid), 2 usage or I/O error, or the\n"
+    "module could not be loaded (verify: also any module error).\n";
 
 const SCommand* FindCommand(const std::string& name) {
     for (const auto& command : kCommands) {
@@ -101,7 +110,14 @@ int RunSestool(int argc, char** argv) {
         std::fputs(command->help, stdout);
         return kExitOk;
     }
-    return command->handler(args);
+    try {
+        return command->handler(args);
+    } catch (const std::bad_alloc&) {
+        std::fputs("sestool: out of memory\n", stderr);
+    } catch (const ca::Exception& e) {
+        std::fprintf(stderr, "sestool: internal error (code %u)\n", static_cast<unsigned>(e.code));
+    }
+    return kExitUsage;
 }
 
 }  // namespace sestool

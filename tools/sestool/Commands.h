@@ -6,8 +6,8 @@
 namespace sestool {
 
 // Exit codes shared by every command.
-constexpr int kExitOk = 0;      // the module answered "errorCode" 0
-constexpr int kExitFailed = 1;  // the module answered with an error code
+constexpr int kExitOk = 0;      // the module answered "errorCode" 0 (verify: the signature is valid)
+constexpr int kExitFailed = 1;  // the module answered with an error code (verify: the signature is invalid)
 constexpr int kExitUsage = 2;   // bad usage, unreadable input, module not loadable
 
 using CommandHandler = int (*)(const std::vector<std::string>& args);
@@ -29,5 +29,15 @@ int RunHelp(const std::vector<std::string>& args);
 extern const char kHelpHelp[];
 int RunRequest(const std::vector<std::string>& args);
 extern const char kRequestHelp[];
+int RunCert(const std::vector<std::string>& args);
+extern const char kCertHelp[];
+int RunCerts(const std::vector<std::string>& args);
+extern const char kCertsHelp[];
+int RunSign(const std::vector<std::string>& args);
+extern const char kSignHelp[];
+int RunVerify(const std::vector<std::string>& args);
+extern const char kVerifyHelp[];
+int RunHash(const std::vector<std::string>& args);
+extern const char kHashHelp[];
 
 }  // namespace sestool

@@ -1,16 +1,10 @@
-#include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
-#include <rapidjson/reader.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "ca/Json.h"
+#include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 #include "tools/sestool/ModuleHost.h"
 #include "tools/sestool/Options.h"
@@ -48,52 +42,6 @@ const char kRequestHelp[] =
 namespace {
 
 constexpr const char* kPrefix = "sestool request: ";
-
-bool gVerbose = false;
-
-bool PrintLogLine(const wchar_t* text, bool isError) {
-    if (gVerbose) {
-        std::fprintf(stderr, "[%s] %s\n", isError ? "error" : "log", WideToUtf8(text).c_str());
-    }
-    return true;
-}
-
-bool ReadInput(const std::string& path, std::string& out) {
-    FILE* file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    if (file == nullptr) {
-        std::fprintf(stderr, "%scannot open '%s': %s\n", kPrefix, path.c_str(), std::strerror(errno));
-        return false;
-    }
-    char chunk[65536];
-    size_t n = 0;
-    while ((n = std::fread(chunk, 1, sizeof(chunk), file)) > 0) {
-        out.append(chunk, n);
-    }
-    const bool failed = std::ferror(file) != 0;
-    const int readErrno = errno;
-    if (file != stdin) {
-        std::fclose(file);
-    }
-    if (failed) {
-        std::fprintf(stderr, "%scannot read '%s': %s\n", kPrefix, path.c_str(), std::strerror(readErrno));
-        return false;
-    }
-    return true;
-}
-
-bool WriteOutput(const std::string& path, const std::vector<uint8_t>& bytes) {
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (file == nullptr) {
-        std::fprintf(stderr, "%scannot create '%s': %s\n", kPrefix, path.c_str(), std::strerror(errno));
-        return false;
-    }
-    const bool written = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    if (std::fclose(file) != 0 || !written) {
-        std::fprintf(stderr, "%scannot write '%s'\n", kPrefix, path.c_str());
-        return false;
-    }
-    return true;
-}
 
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
@@ -237,7 +185,7 @@ bool SetFileDataSize(const std::string& json, uint64_t dataSize, std::string& ou
     }
     if (result.IsError()) {
         std::fprintf(stderr, "%sinvalid request JSON at offset %zu: %s\n", kPrefix, result.Offset(),
-                     rapidjson::GetParseError_En(result.Code()));
+                     JsonParseErrorText(result.Code()));
         return false;
     }
     out.assign(buffer.GetString(), buffer.GetSize());
@@ -282,16 +230,19 @@ int RunRequest(const std::vector<std::string>& args) {
         std::fprintf(stderr, "%sthe request and --data cannot both come from standard input\n", kPrefix);
         return kExitUsage;
     }
-    gVerbose = parsed.Has("--verbose");
+    SetVerboseLog(parsed.Has("--verbose"));
 
-    std::string json;
-    if (!ReadInput(requestPath, json)) {
+    std::vector<uint8_t> jsonBytes;
+    std::vector<uint8_t> data;
+    if (!ReadInputFile(requestPath, jsonBytes, error) ||
+        (parsed.Has("--data") && !ReadInputFile(parsed.Value("--data"), data, error))) {
+        std::fprintf(stderr, "%s%s\n", kPrefix, error.c_str());
         return kExitUsage;
     }
-    std::string data;
+    std::string json(jsonBytes.begin(), jsonBytes.end());
     if (parsed.Has("--data")) {
         std::string rewritten;
-        if (!ReadInput(parsed.Value("--data"), data) || !SetFileDataSize(json, data.size(), rewritten)) {
+        if (!SetFileDataSize(json, data.size(), rewritten)) {
             return kExitUsage;
         }
         json.swap(rewritten);
@@ -308,7 +259,7 @@ int RunRequest(const std::vector<std::string>& args) {
     const std::string modulePath =
         parsed.Has("--module") ? parsed.Value("--module") : CModuleHost::DefaultModulePath();
     CModuleHost host;
-    if (!host.Load(modulePath, error) || !host.Init(parsed.Has("--service"), PrintLogLine, error)) {
+    if (!host.Load(modulePath, error) || !host.Init(parsed.Has("--service"), PrintModuleLogLine, error)) {
         std::fprintf(stderr, "%s%s\n", kPrefix, error.c_str());
         return kExitUsage;
     }
@@ -323,7 +274,9 @@ int RunRequest(const std::vector<std::string>& args) {
 
     if (answer.hasData) {
         if (parsed.Has("--out")) {
-            if (!WriteOutput(parsed.Value("--out"), answer.data)) {
+            if (!WriteOutputFile(parsed.Value("--out"), answer.data.data(), answer.data.size(), true, 0666,
+                                 error)) {
+                std::fprintf(stderr, "%s%s\n", kPrefix, error.c_str());
                 return kExitUsage;
             }
         } else {
