@@ -81,10 +81,8 @@ SesCertInfo2::SesCertInfo2(const CSesCert& record) : cert(record) {
     x500Description = DnText(record, false, true);
     oidDescription = DnText(record, true, true);
     const time_t now = time(nullptr);
-    struct tm local {};
-    localtime_r(&now, &local);
-    validFrom = validTo = GetDateTimeString(local, false, false);
-    validFromUTC = validToUTC = GetDateTimeString(local, true, false);
+    validFrom = validTo = FormatDateTime(now, false);
+    validFromUTC = validToUTC = FormatDateTime(now, true);
     CSesContainer document;
     document.certificate = std::make_unique<CSesCert>(record);
     const std::string xml = document.Print();

@@ -30,6 +30,10 @@ std::string GetRandom(int n) {
 std::wstring GetDateTimeString(const struct tm& t, bool toUtc, bool tmIsUtc) {
     struct tm copy = t;
     const time_t value = tmIsUtc ? timegm(&copy) : mktime(&copy);
+    return FormatDateTime(value, toUtc);
+}
+
+std::wstring FormatDateTime(time_t value, bool toUtc) {
     struct tm out {};
     if (toUtc) {
         gmtime_r(&value, &out);
@@ -42,8 +46,7 @@ std::wstring GetDateTimeString(const struct tm& t, bool toUtc, bool tmIsUtc) {
 }
 
 std::wstring NowDateTimeString(bool toUtc) {
-    const time_t now = time(nullptr);
-    struct tm local {};
-    localtime_r(&now, &local);
-    return GetDateTimeString(local, toUtc, false);
+    // Deliberate: the clock value is formatted directly; the round trip through a local tm and
+    // mktime gives the same text but makes glibc re-read the zone (tzset) on every call.
+    return FormatDateTime(time(nullptr), toUtc);
 }

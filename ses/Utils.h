@@ -11,5 +11,8 @@ std::string GetRandom(int n);
 // the zone of the text (UTC or the machine's local time).
 std::wstring GetDateTimeString(const struct tm& t, bool toUtc, bool tmIsUtc);
 
+// FormatDateTime formats a clock value as "%d.%m.%Y %T" in UTC or local time.
+std::wstring FormatDateTime(time_t value, bool toUtc);
+
 // NowDateTimeString formats the current time in UTC or local time.
 std::wstring NowDateTimeString(bool toUtc);
