@@ -32,4 +32,10 @@ constexpr uint32_t kPkcs11LoadFailed = 16400;
 constexpr uint32_t kPkiCoreLoadFailed = 16401;
 constexpr uint32_t kPinCancelled = 16402;
 
+// ASN.1 layer (asn1/): the data ends before a block does; nested blocks overrun their parent (strict
+// nesting) or nest too deep; a block's identifier does not fit the expected type.
+constexpr uint32_t kAsn1EndOfData = 0x80093102;
+constexpr uint32_t kAsn1CorruptData = 0x80093103;
+constexpr uint32_t kAsn1BadTag = 0x8009310B;
+
 }  // namespace ca

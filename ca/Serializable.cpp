@@ -11,6 +11,8 @@
 #include "ca/StringArray.h"
 #include "ca/SignInfo.h"
 #include "ca/VerificationResult.h"
+#include "config/ConfigFileParser.h"
+#include "config/PKIConfigFileParser.h"
 
 namespace ca {
 
@@ -48,8 +50,8 @@ constexpr RecordFactory kFactories[std::size(stags)] = {
     &Make<StoreAddress>,           // 8
     &Make<StoreAddresses>,         // 9
     nullptr,                    // 10 crlInfo
-    nullptr,                    // 11 config
-    nullptr,                    // 12 PKIConfig
+    &Make<ConfigFileParser>,    // 11
+    &Make<PKIConfigFileParser>, // 12
     &Make<VerificationResult>,  // 13
     nullptr,                    // 14 CMSInfo: no record in this module
     &Make<CertForCheck>,        // 15

@@ -5,6 +5,7 @@
 
 #include "ca/Encode.h"
 #include "ca/ErrorCodes.h"
+#include "config/Network.h"
 #include "mod_ses.h"
 #include "module/ErrorMessageHelper.h"
 #include "module/Lng.h"
@@ -121,6 +122,15 @@ void CryptoModule::ProcessJson(CMPacket& host) noexcept {
 bool CryptoModule::ReadConfig() {
     std::wstring errorText;
     const bool ok = config.ReadConfig(errorText, serviceMode);
+    // Whatever was read (or the defaults) drives the HTTP client from now on; its own limits stay.
+    HttpSettings http = Http::Settings();
+    http.proxyAddress = u16u8(config.proxyAddress);
+    http.proxyPort = config.proxyPort;
+    http.proxyType = config.proxyType;
+    http.proxyLogin = u16u8(config.proxyLogin);
+    http.proxyPassword = u16u8(config.proxyPassword);
+    http.generalTimeoutMs = config.generalTimeout;
+    Http::Configure(http);
     if (ok && errorText.empty()) {
         return true;
     }

@@ -1,0 +1,185 @@
+// Feeds arbitrary bytes to the ASN.1 layer under several flag sets: parse, write back, dump as JSON,
+// build a generic object tree, decode, re-encode everything and write back again. Only the ASN.1
+// codes may come out, and well-formed input must be written back byte for byte.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "asn1/CryptAsn1Base.h"
+#include "asn1/CryptAsn1Parser.h"
+#include "ca/ErrorCodes.h"
+#include "ca/Exception.h"
+#include "fuzz/FuzzTarget.h"
+
+namespace {
+
+[[noreturn]] void Fail(const char* what) {
+    std::fprintf(stderr, "fuzz_asn1: %s\n", what);
+    std::abort();
+}
+
+void CheckCode(uint32_t code) {
+    if (code != ca::kAsn1EndOfData && code != ca::kAsn1CorruptData && code != ca::kAsn1BadTag) {
+        Fail("unexpected exception code");
+    }
+}
+
+// WellFormed: minimal definite lengths, children that fill their parent exactly, nothing corrupted.
+bool WellFormed(const CAsn1Block& block) {
+    if (block.isIndefinite || block.isCorrupted ||
+        block.totalLength != block.length + 2 + GetBytesCount(block.length)) {
+        return false;
+    }
+    if (!block.IsConstructed()) {
+        return true;
+    }
+    uint64_t sum = 0;
+    for (const auto& inner : block.innerBlocks) {
+        if (!WellFormed(*inner)) {
+            return false;
+        }
+        sum += inner->totalLength;
+    }
+    return sum == block.length;
+}
+
+void MarkAllChanged(CAsn1Object& object) {
+    object.SetChanged(true);
+    if (auto* constructed = dynamic_cast<CAsn1Constructed<CAsn1Object>*>(&object)) {
+        for (CAsn1Object* member : constructed->innerObjects) {
+            if (member != nullptr) {
+                MarkAllChanged(*member);
+            }
+        }
+    }
+}
+
+// CBuffer holds bytes in a block of exactly their size, so that AddressSanitizer sees a read past it.
+class CBuffer {
+public:
+    CBuffer(const uint8_t* bytes, size_t size) : _size(size), _bytes(new uint8_t[size == 0 ? 1 : size]) {
+        if (size != 0) {
+            std::memcpy(_bytes.get(), bytes, size);
+        }
+    }
+    uint8_t* data() { return _bytes.get(); }
+    size_t size() const { return _size; }
+
+private:
+    size_t _size;
+    std::unique_ptr<uint8_t[]> _bytes;
+};
+
+// Reparse checks that written bytes read back completely and are written the same again.
+void Reparse(const std::vector<uint8_t>& bytes) {
+    if (bytes.empty()) {
+        return;
+    }
+    CBuffer copy(bytes.data(), bytes.size());
+    CCryptAsn1Parser parser;
+    try {
+        parser.Parse(copy.data(), copy.size());
+    } catch (const ca::Exception&) {
+        Fail("written bytes do not parse");
+    }
+    if (parser.Build() != bytes) {
+        Fail("written bytes are not written the same again");
+    }
+}
+
+struct SFlags {
+    bool quiet;
+    bool strict;
+    bool firstOnly;
+};
+
+constexpr SFlags kFlagSets[] = {
+    {false, false, false}, {true, false, false}, {false, true, false},
+    {true, true, true},    {false, false, true},
+};
+
+void Exercise(const uint8_t* data, size_t size, const SFlags& flags) {
+    CBuffer buffer(data, size);  // decoders clear bit-string padding in place: never in data itself
+    CCryptAsn1Parser parser;
+    bool complete = true;
+    try {
+        parser.Parse(buffer.data(), buffer.size(), flags.quiet, flags.strict, flags.firstOnly);
+    } catch (const ca::Exception& e) {
+        if (e.code == ca::kAsn1BadTag || (e.code == ca::kAsn1EndOfData && flags.quiet)) {
+            Fail("the parser raised a code it must not");
+        }
+        CheckCode(e.code);
+        complete = false;
+    }
+    if (parser.lastError != 0) {
+        if (complete && !(flags.quiet && parser.lastError == ca::kAsn1EndOfData)) {
+            Fail("lastError set after a normal parse");
+        }
+        complete = false;
+    }
+
+    // Judged on the parsed lengths, before Build recalculates them.
+    bool wellFormed = complete;
+    for (const auto& block : parser.innerBlocks) {
+        wellFormed = wellFormed && WellFormed(*block);
+    }
+    // Written back before any decoder has touched the bytes.
+    const std::vector<uint8_t> built = parser.Build();
+    if (wellFormed) {
+        if (built.size() > size || (!built.empty() && std::memcmp(built.data(), data, built.size()) != 0)) {
+            Fail("Build does not give well-formed input back");
+        }
+        if (!flags.firstOnly && built.size() != size) {
+            Fail("a complete parse left bytes over");
+        }
+    }
+    if (complete) {
+        Reparse(built);
+    }
+
+    try {
+        (void)parser.GetAsn1Structure();
+    } catch (const ca::Exception& e) {
+        CheckCode(e.code);
+    }
+    (void)parser.GetBlockByPath(L"0/0/1");
+
+    for (const auto& block : parser.innerBlocks) {
+        std::unique_ptr<CAsn1Object> object = CreatePrimitiveObject(block.get(), nullptr);
+        try {
+            object->Decode();
+        } catch (const ca::Exception& e) {
+            CheckCode(e.code);
+            continue;
+        }
+        (void)object->GetFormattedString(0);
+        (void)object->GetFormattedString(kHexUpper | kHexDropLeadingZero | kHexColons);
+        (void)object->GetRawData(false);
+        if (wellFormed) {
+            // Unchanged, the tree writes its block's bytes (as the decoders left them).
+            const std::vector<uint8_t> same = object->GetAsn1Data();
+            if (same.size() != block->totalLength ||
+                std::memcmp(same.data(), block->start, same.size()) != 0) {
+                Fail("an unchanged object tree does not write its bytes");
+            }
+        }
+        MarkAllChanged(*object);
+        object->Encode();
+        const std::vector<uint8_t> reencoded = object->GetAsn1Data();
+        if (wellFormed) {
+            Reparse(reencoded);
+        }
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    for (const SFlags& flags : kFlagSets) {
+        Exercise(data, size, flags);
+    }
+    return 0;
+}
