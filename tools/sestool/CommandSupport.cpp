@@ -5,12 +5,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "ca/Encode.h"
 #include "config/SpecialFolder.h"
+#include "tools/sestool/Progress.h"
 
 namespace sestool {
 
@@ -45,6 +47,34 @@ public:
     int fd;
 };
 
+// The stream mode that carries each one-shot mode's data in chunks, and how much of it the module
+// can take: Sign and GetSignInfo run on the assembled payload, the hash on a running CRC.
+struct SStreamRow {
+    uint32_t mode;
+    uint32_t streamMode;
+    uint64_t payloadLimit;
+};
+constexpr SStreamRow kStreamModes[] = {
+    {kModeSign, kModeStreamSign, kMaxAssembledBytes},
+    {kModeVerify, kModeStreamVerify, kMaxAssembledBytes},
+    {kModeGetSignInfo, kModeStreamGetSignInfo, kMaxAssembledBytes},
+    {kModeCreateHash, kModeStreamHash, UINT64_MAX},
+};
+
+const SStreamRow* FindStreamRow(uint32_t mode) {
+    for (const auto& row : kStreamModes) {
+        if (row.mode == mode) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+// One read asks for at most this much, so a short input never costs a large buffer.
+constexpr size_t kReadPiece = size_t{1} << 20;
+
+constexpr const char* kClientId = "sestool";
+
 }  // namespace
 
 void PrintError(const char* command, const std::string& text) {
@@ -73,43 +103,144 @@ std::vector<SOptionSpec> WithModuleOptions(std::vector<SOptionSpec> specs) {
     return specs;
 }
 
-bool ReadInputFile(const std::string& path, std::vector<uint8_t>& out, std::string& error) {
+std::vector<SOptionSpec> WithChunkSizeOption(std::vector<SOptionSpec> specs) {
+    specs.push_back({"--chunk-size", nullptr, true});
+    return specs;
+}
+
+bool ParseByteSize(const std::string& text, uint64_t& out) {
+    size_t digits = 0;
+    uint64_t value = 0;
+    for (; digits < text.size() && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+        const auto digit = static_cast<uint64_t>(text[digits] - '0');
+        if (value > (UINT64_MAX - digit) / 10) {
+            return false;
+        }
+        value = value * 10 + digit;
+    }
+    if (digits == 0 || text.size() - digits > 1) {
+        return false;
+    }
+    unsigned shift = 0;
+    if (digits < text.size()) {
+        switch (text[digits]) {
+            case 'k':
+            case 'K':
+                shift = 10;
+                break;
+            case 'm':
+            case 'M':
+                shift = 20;
+                break;
+            case 'g':
+            case 'G':
+                shift = 30;
+                break;
+            default:
+                return false;
+        }
+    }
+    if (value > (UINT64_MAX >> shift)) {
+        return false;
+    }
+    out = value << shift;
+    return true;
+}
+
+CInputFile::~CInputFile() {
+    if (_fd > STDIN_FILENO) {
+        close(_fd);
+    }
+}
+
+bool CInputFile::Open(const std::string& path, std::string& error) {
     const bool fromStdin = path == "-";
-    const std::string name = fromStdin ? std::string("standard input") : "'" + path + "'";
-    const CFd file(fromStdin ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.fd < 0) {
+    _path = path;
+    _name = fromStdin ? std::string("standard input") : "'" + path + "'";
+    _fd = fromStdin ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (_fd < 0) {
         error = SystemError("cannot open", path);
         return false;
     }
     struct stat info {};
-    if (fstat(file.fd, &info) == 0 && S_ISREG(info.st_mode)) {
-        const auto size = static_cast<uint64_t>(info.st_size);
-        if (size > kMaxFileBytes) {
-            error = TooLarge(name, size);
-            return false;
-        }
-        out.reserve(static_cast<size_t>(size));
+    if (fstat(_fd, &info) == 0 && S_ISREG(info.st_mode)) {
+        _sizeKnown = true;
+        _size = static_cast<uint64_t>(info.st_size);
     }
-    uint8_t chunk[65536];
-    for (;;) {
-        const ssize_t n = read(file.fd, chunk, sizeof(chunk));
+    return true;
+}
+
+bool CInputFile::Read(uint64_t limit, std::vector<uint8_t>& out, std::string& error) {
+    out.clear();
+    if (_sizeKnown) {
+        out.reserve(static_cast<size_t>(std::min(limit, _size)));
+    }
+    const size_t fromPending = static_cast<size_t>(std::min<uint64_t>(limit, _pending.size() - _pendingAt));
+    out.insert(out.end(), _pending.begin() + static_cast<ptrdiff_t>(_pendingAt),
+               _pending.begin() + static_cast<ptrdiff_t>(_pendingAt + fromPending));
+    _pendingAt += fromPending;
+    if (_pendingAt == _pending.size()) {
+        std::vector<uint8_t>().swap(_pending);  // a pipe's look-ahead may be large: give it back
+        _pendingAt = 0;
+    }
+    while (out.size() < limit) {
+        const size_t old = out.size();
+        const size_t want = static_cast<size_t>(std::min<uint64_t>(limit - old, kReadPiece));
+        out.resize(old + want);
+        const ssize_t n = read(_fd, out.data() + old, want);
+        out.resize(old + (n > 0 ? static_cast<size_t>(n) : 0));
         if (n < 0 && errno == EINTR) {
             continue;
         }
         if (n < 0) {
-            error = SystemError("cannot read", fromStdin ? "-" : path);
+            error = SystemError("cannot read", _path);
             return false;
         }
         if (n == 0) {
-            return true;
+            break;
         }
-        // A pipe or a growing file has no size to check up front.
-        if (out.size() + static_cast<size_t>(n) > kMaxFileBytes) {
-            error = TooLarge(name, out.size() + static_cast<size_t>(n));
-            return false;
-        }
-        out.insert(out.end(), chunk, chunk + n);
     }
+    return true;
+}
+
+bool CInputFile::AtEnd(bool& atEnd, std::string& error) {
+    if (_pendingAt < _pending.size()) {
+        atEnd = false;
+        return true;
+    }
+    std::vector<uint8_t> next;
+    if (!Read(1, next, error)) {
+        return false;
+    }
+    atEnd = next.empty();
+    PutBack(std::move(next));
+    return true;
+}
+
+void CInputFile::PutBack(std::vector<uint8_t> bytes) {
+    bytes.insert(bytes.end(), _pending.begin() + static_cast<ptrdiff_t>(_pendingAt), _pending.end());
+    _pending = std::move(bytes);
+    _pendingAt = 0;
+}
+
+bool ReadInputFile(const std::string& path, std::vector<uint8_t>& out, std::string& error) {
+    CInputFile input;
+    if (!input.Open(path, error)) {
+        return false;
+    }
+    if (input.SizeKnown() && input.Size() > kMaxFileBytes) {
+        error = TooLarge(input.Name(), input.Size());
+        return false;
+    }
+    // A pipe or a growing file has no size to check up front: one byte too many tells.
+    if (!input.Read(kMaxFileBytes + 1, out, error)) {
+        return false;
+    }
+    if (out.size() > kMaxFileBytes) {
+        error = TooLarge(input.Name(), out.size());
+        return false;
+    }
+    return true;
 }
 
 bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, bool replace, unsigned mode,
@@ -178,12 +309,7 @@ bool PrintModuleLogLine(const wchar_t* text, bool isError) {
 
 void SetVerboseLog(bool verbose) { gVerboseLog = verbose; }
 
-CRequestJson::CRequestJson(uint32_t mode) : _writer(_buffer) {
-    _writer.StartObject();
-    _writer.Key("mode");
-    _writer.Uint(mode);
-    Text("clientId", "sestool");
-}
+CRequestJson::CRequestJson(uint32_t mode) : _mode(mode), _writer(_members) { _writer.StartObject(); }
 
 void CRequestJson::Text(const char* key, const std::string& utf8) {
     _writer.Key(key);
@@ -204,17 +330,39 @@ bool CRequestJson::Bytes(const char* key, const std::vector<uint8_t>& bytes) {
     return true;
 }
 
-std::string CRequestJson::Finish(const uint64_t* fileDataSize) {
-    if (fileDataSize != nullptr) {
-        _writer.Key("fileDataSize");
-        _writer.Uint64(*fileDataSize);
+std::string CRequestJson::Finish(const uint64_t* fileDataSize) const {
+    return _Compose(_mode, true,
+                    fileDataSize != nullptr ? ",\"fileDataSize\":" + std::to_string(*fileDataSize) : "");
+}
+
+std::string CRequestJson::FinishChunk(uint32_t streamMode, uint32_t streamId, bool final,
+                                      uint64_t fileDataSize) const {
+    std::string tail;
+    if (streamId != 0) {
+        tail += ",\"streamId\":" + std::to_string(streamId);
     }
-    _writer.EndObject();
-    return std::string(_buffer.GetString(), _buffer.GetSize());
+    if (final) {
+        tail += ",\"streamFinalChunk\":true";
+    }
+    tail += ",\"fileDataSize\":" + std::to_string(fileDataSize);
+    return _Compose(streamMode, final, tail);
+}
+
+std::string CRequestJson::_Compose(uint32_t mode, bool withMembers, const std::string& tail) const {
+    std::string json = "{\"mode\":" + std::to_string(mode) + ",\"clientId\":\"" + kClientId + "\"";
+    // The writer has the object open: "{" and the members, without the closing brace.
+    if (withMembers && _members.GetSize() > 1) {
+        json += ',';
+        json.append(_members.GetString() + 1, _members.GetSize() - 1);
+    }
+    json += tail;
+    json += '}';
+    return json;
 }
 
 bool CModuleSession::Open(const SParsedArgs& parsed) {
-    SetVerboseLog(parsed.Has("--verbose"));
+    _verbose = parsed.Has("--verbose");
+    SetVerboseLog(_verbose);
     const std::string path =
         parsed.Has("--module") ? parsed.Value("--module") : CModuleHost::DefaultModulePath();
     std::string error;
@@ -225,14 +373,120 @@ bool CModuleSession::Open(const SParsedArgs& parsed) {
     return true;
 }
 
+bool CModuleSession::ReadChunkSize(const SParsedArgs& parsed) {
+    if (!parsed.Has("--chunk-size")) {
+        return true;
+    }
+    const std::string text = parsed.Value("--chunk-size");
+    uint64_t size = 0;
+    if (!ParseByteSize(text, size) || size == 0 || size > kMaxChunkSize) {
+        PrintError(_command, "--chunk-size '" + text +
+                                 "': give a number of bytes from 1 to 1G, optionally with K, M or G");
+        return false;
+    }
+    _chunkSize = size;
+    _streamThreshold = size;
+    return true;
+}
+
 bool CModuleSession::Call(CRequestJson& request, SModuleReply& reply) {
     return _Send(request.Finish(nullptr), nullptr, reply);
 }
 
-bool CModuleSession::CallWithData(CRequestJson& request, const std::vector<uint8_t>& data,
-                                  SModuleReply& reply) {
+bool CModuleSession::CallWithData(CRequestJson& request, CInputFile& input, SModuleReply& reply) {
+    std::string error;
+    const SStreamRow* row = FindStreamRow(request.Mode());
+    bool streamed = false;
+    if (row != nullptr && input.SizeKnown()) {
+        streamed = input.Size() > _streamThreshold;
+    } else if (row != nullptr) {
+        // A pipe tells its size only at its end: read as much as one call takes and look one byte on.
+        std::vector<uint8_t> head;
+        bool atEnd = false;
+        if (!input.Read(_streamThreshold, head, error) || !input.AtEnd(atEnd, error)) {
+            PrintError(_command, error);
+            return false;
+        }
+        streamed = !atEnd;
+        input.PutBack(std::move(head));
+    }
+    if (streamed) {
+        if (input.SizeKnown() && input.Size() > row->payloadLimit) {
+            PrintError(_command, input.Name() + " is " + std::to_string(input.Size()) + " bytes: sestool " +
+                                     _command +
+                                     " takes files of less than 4 GiB; the module assembles the file in one "
+                                     "block whose size is a 32-bit number");
+            return false;
+        }
+        return _CallStreamed(request, row->streamMode, row->payloadLimit, input, reply);
+    }
+    if (input.SizeKnown() && input.Size() > kMaxFileBytes) {
+        PrintError(_command, TooLarge(input.Name(), input.Size()));
+        return false;
+    }
+    std::vector<uint8_t> data;
+    if (!input.Read(kMaxFileBytes + 1, data, error)) {
+        PrintError(_command, error);
+        return false;
+    }
+    if (data.size() > kMaxFileBytes) {
+        PrintError(_command, TooLarge(input.Name(), data.size()));
+        return false;
+    }
     const uint64_t size = data.size();
     return _Send(request.Finish(&size), &data, reply);
+}
+
+bool CModuleSession::_CallStreamed(const CRequestJson& request, uint32_t streamMode, uint64_t payloadLimit,
+                                   CInputFile& input, SModuleReply& reply) {
+    CProgress progress(_command, input.SizeKnown() ? input.Size() : CProgress::kUnknownTotal,
+                       !_verbose && isatty(STDERR_FILENO) == 1);
+    // Fail ends the progress line first, so the message starts on a line of its own.
+    const auto fail = [&progress, this](const std::string& text) {
+        progress.Finish();
+        if (!text.empty()) {
+            PrintError(_command, text);
+        }
+        return false;
+    };
+    std::vector<uint8_t> chunk;
+    std::string error;
+    uint32_t streamId = 0;
+    uint64_t done = 0;
+    for (bool final = false; !final;) {
+        if (!input.Read(_chunkSize, chunk, error) || !input.AtEnd(final, error)) {
+            return fail(error);
+        }
+        if (chunk.size() > payloadLimit - done) {
+            return fail(input.Name() + " holds 4 GiB or more: sestool " + _command +
+                        " takes files of less than 4 GiB");
+        }
+        // Each answer is read into a fresh reply: a document's memory pool only grows while it lives.
+        SModuleReply step;
+        if (!_Send(request.FinishChunk(streamMode, streamId, final, chunk.size()), &chunk, step)) {
+            return fail(std::string());
+        }
+        if (step.errorCode != 0) {
+            progress.Finish();
+            reply = std::move(step);
+            return true;
+        }
+        const ca::JsonValue* id = Member(&step.document, "streamId");
+        const uint32_t answeredId = id != nullptr && id->IsUint() ? id->GetUint() : 0;
+        // A different id means the module lost the stream and started a new one with this chunk.
+        if (answeredId == 0 || (streamId != 0 && answeredId != streamId)) {
+            return fail("the module answered a chunk with stream " + std::to_string(answeredId) +
+                        " instead of " + (streamId == 0 ? "a new stream's id" : std::to_string(streamId)));
+        }
+        streamId = answeredId;
+        done += chunk.size();
+        progress.Update(done);
+        if (final) {
+            progress.Finish();
+            reply = std::move(step);
+        }
+    }
+    return true;
 }
 
 bool CModuleSession::_Send(const std::string& json, const std::vector<uint8_t>* data, SModuleReply& reply) {
@@ -241,16 +495,16 @@ bool CModuleSession::_Send(const std::string& json, const std::vector<uint8_t>* 
         PrintError(_command, "the request would be 4 GiB or larger; a request's length is a 32-bit number");
         return false;
     }
-    std::vector<char> buffer;
-    buffer.reserve(json.size() + 1 + dataSize);
-    buffer.assign(json.begin(), json.end());
-    buffer.push_back('\0');
+    _request.clear();
+    _request.reserve(json.size() + 1 + dataSize);
+    _request.assign(json.begin(), json.end());
+    _request.push_back('\0');
     if (data != nullptr) {
-        buffer.insert(buffer.end(), data->begin(), data->end());
+        _request.insert(_request.end(), data->begin(), data->end());
     }
     SModuleAnswer answer;
     std::string error;
-    if (!_host.Process(buffer, true, answer, error)) {
+    if (!_host.Process(_request, true, answer, error)) {
         PrintError(_command, error);
         return false;
     }

@@ -13,10 +13,14 @@ namespace {
 constexpr SCommand kCommands[] = {
     {"cert", "cert new: create a signer certificate in the certificate folder", RunCert, kCertHelp},
     {"certs", "list the certificates the module loaded", RunCerts, kCertsHelp},
+    {"stores", "list the module's certificate stores and the current store", RunStores, kStoresHelp},
     {"sign", "sign a file; writes a signature container (FILE.sig.xml)", RunSign, kSignHelp},
     {"verify", "check a file against its detached signature: VALID or INVALID", RunVerify, kVerifyHelp},
     {"hash", "print a file's CRC-64 as the module computes it", RunHash, kHashHelp},
     {"request", "send one JSON request to the module and print its answer", RunRequest, kRequestHelp},
+    {"asn1", "print the ASN.1 structure of a DER or PEM file as JSON (no module call)", RunAsn1, kAsn1Help},
+    {"config", "show the service configuration as the module reads it, or write a default one", RunConfig,
+     kConfigHelp},
     {"help", "show this overview or the help of one command", RunHelp, kHelpHelp},
 };
 

@@ -39,5 +39,11 @@ int RunVerify(const std::vector<std::string>& args);
 extern const char kVerifyHelp[];
 int RunHash(const std::vector<std::string>& args);
 extern const char kHashHelp[];
+int RunStores(const std::vector<std::string>& args);
+extern const char kStoresHelp[];
+int RunAsn1(const std::vector<std::string>& args);
+extern const char kAsn1Help[];
+int RunConfig(const std::vector<std::string>& args);
+extern const char kConfigHelp[];
 
 }  // namespace sestool

@@ -8,18 +8,23 @@
 namespace sestool {
 
 const char kHashHelp[] =
-    "Usage: sestool hash FILE\n"
+    "Usage: sestool hash [--chunk-size N] FILE\n"
     "\n"
     "Prints the CRC-64 of FILE as the module computes it for signatures (CreateHash, mode 50): an\n"
-    "unsigned decimal number. FILE \"-\" reads standard input.\n"
+    "unsigned decimal number. FILE \"-\" reads standard input. A FILE larger than 32 MiB is sent in\n"
+    "chunks of 8 MiB through the hashing stream (StreamHash, mode 63), which keeps only a running\n"
+    "CRC: any size can be hashed, with the same result. A progress line is drawn on standard error\n"
+    "when it is a terminal.\n"
     "\n"
     "Options:\n"
+    "  --chunk-size N  send chunks of N bytes (suffix K, M or G; 1 to 1G), and stream FILE\n"
+    "                  whenever it is larger than one chunk\n"
     "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
-    "  -v, --verbose   print the module's log lines on standard error\n"
+    "  -v, --verbose   print the module's log lines on standard error (and no progress line)\n"
     "  -h, --help      show this help\n"
     "\n"
-    "Exit status: 0 printed; 1 the module answered an error; 2 usage error, FILE unreadable or too\n"
-    "large (4 GiB and more), or the module could not be loaded.\n"
+    "Exit status: 0 printed; 1 the module answered an error; 2 usage error, FILE unreadable, or the\n"
+    "module could not be loaded.\n"
     "\n"
     "Example:\n"
     "  printf 123456789 | sestool hash -     # 7800480153909949255\n";
@@ -32,22 +37,26 @@ constexpr const char* kCommand = "hash";
 
 int RunHash(const std::vector<std::string>& args) {
     SParsedArgs parsed;
-    if (!ParseCommandLine(kCommand, args, WithModuleOptions({}), {1, 1, "one FILE"}, parsed)) {
-        return kExitUsage;
-    }
-    std::vector<uint8_t> data;
-    std::string error;
-    if (!ReadInputFile(parsed.positional[0], data, error)) {
-        PrintError(kCommand, error);
+    if (!ParseCommandLine(kCommand, args, WithModuleOptions(WithChunkSizeOption({})), {1, 1, "one FILE"},
+                          parsed)) {
         return kExitUsage;
     }
     CModuleSession session(kCommand);
+    if (!session.ReadChunkSize(parsed)) {
+        return kExitUsage;
+    }
+    CInputFile input;
+    std::string error;
+    if (!input.Open(parsed.positional[0], error)) {
+        PrintError(kCommand, error);
+        return kExitUsage;
+    }
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
     CRequestJson request(kModeCreateHash);
     SModuleReply reply;
-    if (!session.CallWithData(request, data, reply)) {
+    if (!session.CallWithData(request, input, reply)) {
         return kExitUsage;
     }
     if (reply.errorCode != 0) {

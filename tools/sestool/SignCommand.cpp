@@ -9,12 +9,18 @@
 namespace sestool {
 
 const char kSignHelp[] =
-    "Usage: sestool sign --cert ID [--attached] [--comment TEXT] [--uri URI] FILE [-o OUT]\n"
+    "Usage: sestool sign --cert ID [--attached] [--comment TEXT] [--uri URI] [--chunk-size N] FILE\n"
+    "                    [-o OUT]\n"
     "\n"
     "Signs FILE with the certificate ID (Sign, mode 14; the file travels as raw bytes behind the\n"
     "request) and writes the signature container, an \"SES\" XML document, to OUT. The default OUT\n"
     "is FILE.sig.xml. An existing OUT is replaced: signing again gives a fresh signature. FILE \"-\"\n"
     "reads standard input and then needs -o.\n"
+    "\n"
+    "A FILE larger than 32 MiB is sent in chunks of 8 MiB (StreamSign, mode 53), read one chunk at\n"
+    "a time; the signature is the same as in one call. A progress line is drawn on standard error\n"
+    "when it is a terminal. The module assembles the chunks in one block, so FILE must be smaller\n"
+    "than 4 GiB.\n"
     "\n"
     "Options:\n"
     "  --cert ID        the signer's certificate (see \"sestool certs\"); required\n"
@@ -23,8 +29,10 @@ const char kSignHelp[] =
     "  --comment TEXT   free text kept in the container's \"Comment\"\n"
     "  --uri URI        a reference kept in the container's \"URI\"\n"
     "  -o, --out OUT    where to write the container\n"
+    "  --chunk-size N   send chunks of N bytes (suffix K, M or G; 1 to 1G), and stream FILE\n"
+    "                   whenever it is larger than one chunk\n"
     "  --module PATH    load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
-    "  -v, --verbose    print the module's log lines on standard error\n"
+    "  -v, --verbose    print the module's log lines on standard error (and no progress line)\n"
     "  -h, --help       show this help\n"
     "\n"
     "Exit status: 0 signed; 1 the module answered an error (an unknown certificate is \"NEED\",\n"
@@ -38,13 +46,13 @@ namespace {
 
 constexpr const char* kCommand = "sign";
 
-const std::vector<SOptionSpec> kSignOptions = WithModuleOptions({
+const std::vector<SOptionSpec> kSignOptions = WithModuleOptions(WithChunkSizeOption({
     {"--cert", nullptr, true},
     {"--attached", nullptr, false},
     {"--comment", nullptr, true},
     {"--uri", nullptr, true},
     {"--out", "-o", true},
-});
+}));
 
 }  // namespace
 
@@ -66,13 +74,16 @@ int RunSign(const std::vector<std::string>& args) {
     const std::string out = parsed.Has("--out") ? parsed.Value("--out") : file + ".sig.xml";
     const bool attached = parsed.Has("--attached");
 
-    std::vector<uint8_t> data;
+    CModuleSession session(kCommand);
+    if (!session.ReadChunkSize(parsed)) {
+        return kExitUsage;
+    }
+    CInputFile input;
     std::string error;
-    if (!ReadInputFile(file, data, error)) {
+    if (!input.Open(file, error)) {
         PrintError(kCommand, error);
         return kExitUsage;
     }
-    CModuleSession session(kCommand);
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
@@ -88,7 +99,7 @@ int RunSign(const std::vector<std::string>& args) {
         request.Flag("isAttached", true);
     }
     SModuleReply reply;
-    if (!session.CallWithData(request, data, reply)) {
+    if (!session.CallWithData(request, input, reply)) {
         return kExitUsage;
     }
     if (reply.errorCode != 0) {

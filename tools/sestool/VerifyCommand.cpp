@@ -13,7 +13,7 @@
 namespace sestool {
 
 const char kVerifyHelp[] =
-    "Usage: sestool verify FILE SIGNATURE [--json]\n"
+    "Usage: sestool verify [--json] [--chunk-size N] FILE SIGNATURE\n"
     "\n"
     "Checks that FILE is the data that SIGNATURE (a detached container written by \"sestool sign\")\n"
     "signed: asks the module for the signature's information (GetSignInfo, mode 29) with the\n"
@@ -23,12 +23,19 @@ const char kVerifyHelp[] =
     "  INVALID: the data does not match the signature\n"
     "FILE \"-\" reads the data from standard input.\n"
     "\n"
+    "A FILE larger than 32 MiB is sent in chunks of 8 MiB (StreamGetSignInfo, mode 55), read one\n"
+    "chunk at a time, with the container on the final chunk; the answer is the same as in one\n"
+    "call. A progress line is drawn on standard error when it is a terminal. The module assembles\n"
+    "the chunks in one block, so FILE must be smaller than 4 GiB.\n"
+    "\n"
     "Attached containers (sign --attached) cannot be verified; the module refuses them (16101).\n"
     "\n"
     "Options:\n"
     "  --json          print the module's \"signInfo\" JSON instead of the text\n"
+    "  --chunk-size N  send chunks of N bytes (suffix K, M or G; 1 to 1G), and stream FILE\n"
+    "                  whenever it is larger than one chunk\n"
     "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
-    "  -v, --verbose   print the module's log lines on standard error\n"
+    "  -v, --verbose   print the module's log lines on standard error (and no progress line)\n"
     "  -h, --help      show this help\n"
     "\n"
     "Exit status: 0 valid; 1 invalid; 2 the signature could not be checked: usage error, an\n"
@@ -42,7 +49,8 @@ namespace {
 
 constexpr const char* kCommand = "verify";
 
-const std::vector<SOptionSpec> kVerifyOptions = WithModuleOptions({{"--json", nullptr, false}});
+const std::vector<SOptionSpec> kVerifyOptions =
+    WithModuleOptions(WithChunkSizeOption({{"--json", nullptr, false}}));
 
 // The abbreviations of a certificate "Description" ("SN=Ivanov, G=Ivan, O=..."), in its order.
 constexpr const char* kDescriptionParts[] = {"SN", "G", "T", "O", "OU", "E", "C", "L", "S", "P"};
@@ -147,10 +155,14 @@ int RunVerify(const std::vector<std::string>& args) {
         PrintError(kCommand, "SIGNATURE must be a file; only FILE can come from standard input");
         return kExitUsage;
     }
-    std::vector<uint8_t> data;
+    CModuleSession session(kCommand);
+    if (!session.ReadChunkSize(parsed)) {
+        return kExitUsage;
+    }
+    CInputFile input;
     std::vector<uint8_t> signature;
     std::string error;
-    if (!ReadInputFile(file, data, error) || !ReadInputFile(signaturePath, signature, error)) {
+    if (!input.Open(file, error) || !ReadInputFile(signaturePath, signature, error)) {
         PrintError(kCommand, error);
         return kExitUsage;
     }
@@ -158,7 +170,6 @@ int RunVerify(const std::vector<std::string>& args) {
         PrintError(kCommand, "'" + signaturePath + "' is empty; it holds no signature");
         return kExitUsage;
     }
-    CModuleSession session(kCommand);
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
@@ -168,7 +179,7 @@ int RunVerify(const std::vector<std::string>& args) {
         return kExitUsage;
     }
     SModuleReply reply;
-    if (!session.CallWithData(request, data, reply)) {
+    if (!session.CallWithData(request, input, reply)) {
         return kExitUsage;
     }
     if (reply.errorCode != 0) {

@@ -1,0 +1,129 @@
+// Runs "sestool config" as a child process with HOME in a fresh folder.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "config/ConfigFileParser.h"
+#include "config/FileUtil.h"
+#include "module/Lng.h"
+#include "tests/support/TestSupport.h"
+
+namespace {
+
+struct SToolRun {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+// RunConfig runs "sestool config ARGS"; the child inherits HOME from the CTempHome in place.
+SToolRun RunConfig(const CTempHome& home, const std::string& args) {
+    const std::string out = home.Path() + "/stdout";
+    const std::string err = home.Path() + "/stderr";
+    const std::string command =
+        std::string("'") + SES_TOOL_PATH + "' config " + args + " >'" + out + "' 2>'" + err + "' </dev/null";
+    const int status = std::system(command.c_str());
+    SToolRun run;
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    ca::FileToString(out, run.out);
+    ca::FileToString(err, run.err);
+    return run;
+}
+
+std::string ConfigPath(const CTempHome& home) {
+    return home.Path() + "/.config/OruCryptoSvc/OruCryptoSvcConfig.ini";
+}
+
+// Compact re-serialises printed JSON, so that it compares with ToJson.
+std::string Compact(const std::string& printed) {
+    rapidjson::Document document;
+    ca::ParseJson(document, printed.data(), printed.size());
+    rapidjson::StringBuffer buffer;
+    ca::JsonWriter writer(buffer);
+    document.Accept(writer);
+    return buffer.GetString();
+}
+
+// ModuleView is what the module's own reader makes of the file under the current HOME.
+std::string ModuleView() {
+    ca::ConfigFileParser config;
+    std::wstring ignored;
+    config.ReadConfig(ignored, true);
+    SetVALKOLng(L"en");
+    rapidjson::StringBuffer buffer;
+    ca::JsonWriter writer(buffer);
+    config.ToJson(writer);
+    return buffer.GetString();
+}
+
+TEST(SestoolConfig, ShowPrintsWhatTheModuleReads) {
+    const struct {
+        const char* label;
+        const char* file;  // null: no file
+        const char* warning;
+    } cases[] = {
+        {"no file", nullptr, "OruCryptoSvcConfig.ini: Failed to open(create) configuration file; the values"},
+        {"bad number", "[Service settings]\nLogMode=3\nHttpPort=abc\n",
+         "OruCryptoSvcConfig.ini: stoi; the values"},
+        {"good file", "[Service settings]\nLogMode=2\n[Custom CDP list]\n1=http://cdp\n", nullptr},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        CTempHome home;
+        if (c.file != nullptr) {
+            ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruCryptoSvc"));
+            ASSERT_TRUE(ca::StringToFile(ConfigPath(home), c.file));
+        }
+        const SToolRun run = RunConfig(home, "show");
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        if (c.warning == nullptr) {
+            EXPECT_EQ(run.err, "");
+        } else {
+            EXPECT_NE(run.err.find(c.warning), std::string::npos) << run.err;
+        }
+        EXPECT_EQ(Compact(run.out), ModuleView());
+    }
+}
+
+TEST(SestoolConfig, InitWritesDefaultsAndRefusesToOverwrite) {
+    CTempHome home;
+    const SToolRun first = RunConfig(home, "init");
+    EXPECT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_EQ(first.out, ConfigPath(home) + "\n");
+    std::string written;
+    ASSERT_TRUE(ca::FileToString(ConfigPath(home), written));
+    EXPECT_EQ(written.rfind("# SHA-1 of the lines below: ", 0), 0u);
+    EXPECT_EQ(ModuleView(), [] {
+        rapidjson::StringBuffer buffer;
+        ca::JsonWriter writer(buffer);
+        ca::ConfigFileParser().ToJson(writer);
+        return std::string(buffer.GetString());
+    }());
+
+    ASSERT_TRUE(ca::StringToFile(ConfigPath(home), "[Service settings]\nLogMode=1\n"));
+    const SToolRun again = RunConfig(home, "init");
+    EXPECT_EQ(again.exitCode, 2);
+    EXPECT_NE(again.err.find("--force"), std::string::npos) << again.err;
+    std::string kept;
+    ASSERT_TRUE(ca::FileToString(ConfigPath(home), kept));
+    EXPECT_EQ(kept, "[Service settings]\nLogMode=1\n");
+
+    EXPECT_EQ(RunConfig(home, "init --force").exitCode, 0);
+    ASSERT_TRUE(ca::FileToString(ConfigPath(home), kept));
+    EXPECT_EQ(kept, written);
+}
+
+TEST(SestoolConfig, UsageErrors) {
+    CTempHome home;
+    for (const char* args : {"", "bogus", "show --force", "show extra", "init --bogus"}) {
+        SCOPED_TRACE(args);
+        EXPECT_EQ(RunConfig(home, args).exitCode, 2);
+    }
+    const SToolRun help = RunConfig(home, "--help");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("Usage: sestool config show"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "asn1/CryptAsn1Parser.h"
+#include "ca/Encode.h"
+#include "ca/ErrorCodes.h"
+#include "ca/Exception.h"
+#include "tools/sestool/CommandSupport.h"
+#include "tools/sestool/Commands.h"
+
+namespace sestool {
+
+const char kAsn1Help[] =
+    "Usage: sestool asn1 [--path P] [--all] FILE\n"
+    "\n"
+    "Prints the ASN.1 structure of FILE as JSON, the dump the module gives of a certificate, CRL or\n"
+    "signature: per block its \"tag\", an OID's \"description\", the \"formattedStringValue\" of a\n"
+    "primitive value, \"tagString\", \"length\", \"offset\", \"isUnknownLength\", \"corrupted\" and\n"
+    "\"innerBlocks\". Without options the first top-level block is printed (data after it is ignored).\n"
+    "\n"
+    "FILE is DER/BER, or PEM-armoured (CERTIFICATE, X509 CRL, PKCS7, CMS) or bare base64; \"-\" reads\n"
+    "standard input. It is read with the module's own ASN.1 layer, linked into sestool: the module\n"
+    "itself is not loaded.\n"
+    "\n"
+    "Options:\n"
+    "  --path P     print the block at P: zero-based child indexes separated by \"/\", the first\n"
+    "               choosing among the top-level blocks (in a certificate, 0/0/1 is the serial)\n"
+    "  --all        print every top-level block, as a JSON array\n"
+    "  -h, --help   show this help\n"
+    "\n"
+    "Exit status: 0 printed; 1 the data is not ASN.1 as far as it goes, or P names no block (the\n"
+    "error code and its meaning go to standard error); 2 usage error or FILE unreadable.\n"
+    "\n"
+    "Examples:\n"
+    "  sestool asn1 cert.pem\n"
+    "  sestool asn1 --path 0/0/1 cert.der     # the serial number\n";
+
+namespace {
+
+constexpr const char* kCommand = "asn1";
+
+struct SCodeText {
+    uint32_t code;
+    const char* text;
+};
+
+constexpr SCodeText kCodeTexts[] = {
+    {ca::kAsn1EndOfData, "the data ends before an ASN.1 block does"},
+    {ca::kAsn1CorruptData,
+     "corrupt ASN.1 data: blocks overrun their parent or nest more than 64 levels deep"},
+    {ca::kAsn1BadTag, "an ASN.1 block has a tag its type does not allow"},
+};
+
+void PrintCode(uint32_t code) {
+    const char* text = "ASN.1 data cannot be read";
+    for (const auto& row : kCodeTexts) {
+        if (row.code == code) {
+            text = row.text;
+        }
+    }
+    char number[16];
+    std::snprintf(number, sizeof(number), "0x%08X", static_cast<unsigned>(code));
+    PrintError(kCommand, std::string("error ") + number + ": " + text);
+}
+
+// Unarmour returns the DER bytes of an armoured or bare base64 file, or the file itself.
+std::vector<uint8_t> Unarmour(const std::vector<uint8_t>& file) {
+    ca::MallocPtr decoded;
+    uint32_t size = 0;
+    try {
+        if (ca::DecodeBase64IfNeeded(file.data(), static_cast<uint32_t>(file.size()),
+                                     {ca::CERT_TOKEN, ca::CRL_TOKEN, ca::PKCS7_TOKEN, ca::CMS_SIGN_TOKEN},
+                                     decoded, size)) {
+            return {decoded.get(), decoded.get() + size};
+        }
+    } catch (const ca::Exception&) {
+        // Armour around nothing decodable: the bytes are read as they are.
+    }
+    return file;
+}
+
+std::string Dump(CAsn1Block& block) {
+    rapidjson::StringBuffer buffer;
+    block.ToJson(buffer);
+    return std::string(buffer.GetString(), buffer.GetSize());
+}
+
+}  // namespace
+
+int RunAsn1(const std::vector<std::string>& args) {
+    SParsedArgs parsed;
+    if (!ParseCommandLine(kCommand, args, {{"--path", nullptr, true}, {"--all", nullptr, false}},
+                          {1, 1, "one FILE"}, parsed)) {
+        return kExitUsage;
+    }
+    const bool all = parsed.Has("--all");
+    const bool byPath = parsed.Has("--path");
+    if (all && byPath) {
+        PrintError(kCommand, "--path and --all exclude each other");
+        return kExitUsage;
+    }
+    std::vector<uint8_t> file;
+    std::string error;
+    if (!ReadInputFile(parsed.positional[0], file, error)) {
+        PrintError(kCommand, error);
+        return kExitUsage;
+    }
+    std::vector<uint8_t> bytes = Unarmour(file);
+    CCryptAsn1Parser parser;
+    std::string json;
+    try {
+        parser.Parse(bytes.data(), bytes.size(), false, false, !all && !byPath);
+        if (byPath) {
+            const std::string path = parsed.Value("--path");
+            CAsn1Block* block = nullptr;
+            try {
+                block = parser.GetBlockByPath(ca::u8u16(path));
+            } catch (const std::invalid_argument&) {
+                PrintError(kCommand, "--path '" + path + "' is not a list of child indexes such as 0/0/1");
+                return kExitUsage;
+            }
+            if (block == nullptr) {
+                PrintError(kCommand, "no block at path '" + path + "'");
+                return kExitFailed;
+            }
+            json = Dump(*block);
+        } else if (all) {
+            json = "[";
+            for (const auto& block : parser.innerBlocks) {
+                json += (json.size() > 1 ? "," : "") + Dump(*block);
+            }
+            json += "]";
+        } else {
+            json = parser.GetAsn1Structure();
+        }
+    } catch (const ca::Exception& e) {
+        PrintCode(e.code);
+        return kExitFailed;
+    }
+    std::fwrite(json.data(), 1, json.size(), stdout);
+    std::fputc('\n', stdout);
+    return kExitOk;
+}
+
+}  // namespace sestool
