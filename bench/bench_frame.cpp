@@ -5,21 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "ca/Encode.h"
 #include "mod_ses.h"
 #include "module/SesModule.h"
 
 namespace {
-
-std::vector<uint8_t> Payload(size_t size) {
-    std::vector<uint8_t> bytes(size);
-    uint32_t x = 2463534242u;
-    for (auto& b : bytes) {
-        x ^= x << 13, x ^= x >> 17, x ^= x << 5;
-        b = static_cast<uint8_t>(x);
-    }
-    return bytes;
-}
 
 void BM_Base64Encode(benchmark::State& state) {
     const auto bytes = Payload(static_cast<size_t>(state.range(0)));

@@ -8,22 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "ca/Encode.h"
 #include "mod_ses.h"
 #include "ses/Hasher.h"
 #include "ses/crc64.h"
 
 namespace {
-
-std::vector<uint8_t> Payload(size_t size) {
-    std::vector<uint8_t> bytes(size);
-    uint64_t x = 88172645463325252ULL;
-    for (auto& b : bytes) {
-        x ^= x << 13, x ^= x >> 7, x ^= x << 17;
-        b = static_cast<uint8_t>(x);
-    }
-    return bytes;
-}
 
 // CBenchModule is a module over a throw-away HOME holding one certificate, "bench".
 class CBenchModule {

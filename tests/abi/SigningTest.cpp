@@ -68,10 +68,6 @@ std::string Mask(std::string& xml, const std::string& name) {
     return text;
 }
 
-std::string B64(const std::string& text) {
-    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size()));
-}
-
 class SigningTest : public ::testing::Test {
 protected:
     void SetUp() override {

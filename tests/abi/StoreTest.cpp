@@ -6,10 +6,6 @@
 
 namespace {
 
-std::string B64(const std::string& text) {
-    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size()));
-}
-
 // StreamId reads "streamId" out of an answer, 0 when absent.
 uint32_t StreamId(const std::string& json) {
     const size_t at = json.find("\"streamId\":");

@@ -8,10 +8,6 @@
 
 namespace {
 
-std::string B64(const std::string& text) {
-    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size()));
-}
-
 std::string CrcElement(const std::string& data) {
     Crc64Hash hash;
     hash.Compute(reinterpret_cast<const unsigned char*>(data.data()), static_cast<unsigned int>(data.size()));

@@ -8,6 +8,7 @@
 #include "mod_ses.h"
 #include "module/CryptoModule.h"
 #include "module/Log.h"
+#include "tests/support/HostModule.h"
 #include "tests/support/LoopbackHttpServer.h"
 #include "tests/support/TestSupport.h"
 
@@ -38,22 +39,8 @@ SAnswer Call(ca::CryptoModule& module, const std::string& buffer) {
     packet.requestLength = static_cast<uint32_t>(buffer.size());
     packet.isLocal = true;
     module.ProcessJson(packet);
-    SAnswer answer;
-    if (packet.response == nullptr) {
-        ADD_FAILURE() << "no response";
-        return answer;
-    }
-    answer.json = packet.response;
-    answer.responseSize = packet.responseSize;
-    if (packet.responseSize > answer.json.size()) {
-        const auto* data = reinterpret_cast<const uint8_t*>(packet.response) + answer.json.size() + 1;
-        answer.data.assign(data, data + (packet.responseSize - answer.json.size() - 1));
-    }
-    free(packet.response);
-    return answer;
+    return CHostModule::Split(packet);
 }
-
-std::string WithNul(const std::string& json) { return json + std::string(1, '\0'); }
 
 class FrameTest : public ::testing::Test {
 protected:

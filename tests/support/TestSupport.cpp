@@ -68,3 +68,7 @@ std::vector<uint8_t> Bytes(const std::string& text) { return {text.begin(), text
 void PrintTo(const SLogLine& line, std::ostream* out) {
     *out << (line.isError ? "error: " : "") << ca::u16u8(line.text);
 }
+
+std::string B64(const std::string& bytes) {
+    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+}

@@ -47,4 +47,6 @@ struct SAnswer {
 };
 
 std::string ToHex(const std::vector<uint8_t>& bytes);
+// B64 is the base64 text of a byte string.
+std::string B64(const std::string& bytes);
 std::vector<uint8_t> Bytes(const std::string& text);
