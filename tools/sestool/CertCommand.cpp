@@ -64,11 +64,11 @@ const SFieldOption kFieldOptions[] = {
 const char* const kRequiredOptions[] = {"--surname", "--given-name"};
 
 std::vector<SOptionSpec> CertOptions() {
-    std::vector<SOptionSpec> specs = {{"--id", nullptr, true}, {"--force", nullptr, false}};
+    std::vector<SOptionSpec> accepted = {{"--id", nullptr, true}, {"--force", nullptr, false}};
     for (const auto& row : kFieldOptions) {
-        specs.push_back({row.option, nullptr, true});
+        accepted.push_back({row.option, nullptr, true});
     }
-    return specs;
+    return accepted;
 }
 
 // IsSafeId tells whether "ID.ses" names a file inside the certificate folder.

@@ -82,10 +82,10 @@ void PrintError(const char* command, const std::string& text) {
 }
 
 bool ParseCommandLine(const char* command, const std::vector<std::string>& args,
-                      const std::vector<SOptionSpec>& specs, const SPositional& positional,
+                      const std::vector<SOptionSpec>& accepted, const SPositional& positional,
                       SParsedArgs& parsed) {
     std::string error;
-    if (!ParseOptions(args, specs, parsed, error)) {
+    if (!ParseOptions(args, accepted, parsed, error)) {
         PrintError(command, error + "; see \"sestool " + command + " --help\"");
         return false;
     }
@@ -97,15 +97,15 @@ bool ParseCommandLine(const char* command, const std::vector<std::string>& args,
     return true;
 }
 
-std::vector<SOptionSpec> WithModuleOptions(std::vector<SOptionSpec> specs) {
-    specs.push_back({"--module", nullptr, true});
-    specs.push_back({"--verbose", "-v", false});
-    return specs;
+std::vector<SOptionSpec> WithModuleOptions(std::vector<SOptionSpec> accepted) {
+    accepted.push_back({"--module", nullptr, true});
+    accepted.push_back({"--verbose", "-v", false});
+    return accepted;
 }
 
-std::vector<SOptionSpec> WithChunkSizeOption(std::vector<SOptionSpec> specs) {
-    specs.push_back({"--chunk-size", nullptr, true});
-    return specs;
+std::vector<SOptionSpec> WithChunkSizeOption(std::vector<SOptionSpec> accepted) {
+    accepted.push_back({"--chunk-size", nullptr, true});
+    return accepted;
 }
 
 bool ParseByteSize(const std::string& text, uint64_t& out) {

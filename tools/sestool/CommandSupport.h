@@ -49,18 +49,18 @@ struct SPositional {
     const char* names;  // "FILE and SIGNATURE"
 };
 
-// ParseCommandLine splits args by specs and checks the count of positional arguments. Prints the
+// ParseCommandLine splits args by the accepted options and checks the count of positional arguments. Prints the
 // problem and returns false on a usage error.
 bool ParseCommandLine(const char* command, const std::vector<std::string>& args,
-                      const std::vector<SOptionSpec>& specs, const SPositional& positional,
+                      const std::vector<SOptionSpec>& accepted, const SPositional& positional,
                       SParsedArgs& parsed);
 
 // WithModuleOptions adds the options of every command that loads the module: "--module PATH" and
 // "-v"/"--verbose".
-std::vector<SOptionSpec> WithModuleOptions(std::vector<SOptionSpec> specs);
+std::vector<SOptionSpec> WithModuleOptions(std::vector<SOptionSpec> accepted);
 
 // WithChunkSizeOption adds "--chunk-size N" of the commands that send a file.
-std::vector<SOptionSpec> WithChunkSizeOption(std::vector<SOptionSpec> specs);
+std::vector<SOptionSpec> WithChunkSizeOption(std::vector<SOptionSpec> accepted);
 
 // ParseByteSize reads a byte count: decimal digits with an optional K, M or G (either case, powers
 // of 1024). False for anything else or a value past 64 bits.

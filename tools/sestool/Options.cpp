@@ -9,10 +9,10 @@ std::string SParsedArgs::Value(const std::string& name) const {
 
 namespace {
 
-const SOptionSpec* FindSpec(const std::vector<SOptionSpec>& specs, const std::string& name) {
-    for (const auto& spec : specs) {
-        if (name == spec.name || (spec.shortName != nullptr && name == spec.shortName)) {
-            return &spec;
+const SOptionSpec* FindSpec(const std::vector<SOptionSpec>& accepted, const std::string& name) {
+    for (const auto& option : accepted) {
+        if (name == option.name || (option.shortName != nullptr && name == option.shortName)) {
+            return &option;
         }
     }
     return nullptr;
@@ -20,7 +20,7 @@ const SOptionSpec* FindSpec(const std::vector<SOptionSpec>& specs, const std::st
 
 }  // namespace
 
-bool ParseOptions(const std::vector<std::string>& args, const std::vector<SOptionSpec>& specs,
+bool ParseOptions(const std::vector<std::string>& args, const std::vector<SOptionSpec>& accepted,
                   SParsedArgs& out, std::string& error) {
     bool optionsEnded = false;
     for (size_t i = 0; i < args.size(); ++i) {
@@ -42,23 +42,23 @@ bool ParseOptions(const std::vector<std::string>& args, const std::vector<SOptio
             inlineValue = arg.substr(eq + 1);
             hasInlineValue = true;
         }
-        const SOptionSpec* spec = FindSpec(specs, name);
-        if (spec == nullptr) {
+        const SOptionSpec* option = FindSpec(accepted, name);
+        if (option == nullptr) {
             error = "unknown option '" + name + "'";
             return false;
         }
-        if (!spec->takesValue) {
+        if (!option->takesValue) {
             if (hasInlineValue) {
                 error = "option '" + name + "' takes no value";
                 return false;
             }
-            out.options[spec->name] = std::string();
+            out.options[option->name] = std::string();
             continue;
         }
         if (hasInlineValue) {
-            out.options[spec->name] = inlineValue;
+            out.options[option->name] = inlineValue;
         } else if (i + 1 < args.size()) {
-            out.options[spec->name] = args[++i];
+            out.options[option->name] = args[++i];
         } else {
             error = "option '" + name + "' needs a value";
             return false;

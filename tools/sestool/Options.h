@@ -23,9 +23,9 @@ struct SParsedArgs {
     std::string Value(const std::string& name) const;
 };
 
-// ParseOptions splits a command's arguments by the specs. "--" ends the options and a lone "-" is
+// ParseOptions splits a command's arguments by the accepted options. "--" ends the options and a lone "-" is
 // positional (standard input). Returns false with a message for an unknown option or a missing value.
-bool ParseOptions(const std::vector<std::string>& args, const std::vector<SOptionSpec>& specs,
+bool ParseOptions(const std::vector<std::string>& args, const std::vector<SOptionSpec>& accepted,
                   SParsedArgs& out, std::string& error);
 
 }  // namespace sestool
