@@ -47,6 +47,7 @@ void CStreamArray::Stream(CryptPacket& packet, StreamType type, CancellationToke
         throw Exception(kExecutionError);
     }
     packet.response.streamId = stream->id;
+    stream->lastUsed.store(clock());
     stream->Stream(packet, token);
     if (packet.request.streamFinalChunk) {
         RemoveStream(packet.response.streamId);
@@ -55,7 +56,17 @@ void CStreamArray::Stream(CryptPacket& packet, StreamType type, CancellationToke
 
 std::shared_ptr<CStreamBase> CStreamArray::_FindOrAdd(
     uint32_t id, const std::function<std::shared_ptr<CStreamBase>(uint32_t)>& make) {
+    std::vector<std::shared_ptr<CStreamBase>> dropped;  // destroyed after the lock is released
     std::lock_guard<std::mutex> guard(lock);
+    const uint32_t now = clock();
+    if (static_cast<uint32_t>(now - lastSweep) > kSweepInterval) {
+        lastSweep = now;
+        const auto idle = std::stable_partition(streams.begin(), streams.end(), [now](const auto& s) {
+            return s != nullptr && static_cast<uint32_t>(now - s->lastUsed.load()) <= kMaxIdle;
+        });
+        dropped.assign(std::make_move_iterator(idle), std::make_move_iterator(streams.end()));
+        streams.erase(idle, streams.end());
+    }
     if (id != 0) {
         for (const auto& stream : streams) {
             if (stream != nullptr && stream->id == id) {
@@ -65,7 +76,7 @@ std::shared_ptr<CStreamBase> CStreamArray::_FindOrAdd(
     }
     // Ids come from the millisecond clock. Every open stream is compared, not only the last one:
     // several streams opened within one millisecond by different clients must never share an id.
-    uint32_t newId = clock();
+    uint32_t newId = now;
     while (newId == 0 || std::any_of(streams.begin(), streams.end(), [newId](const auto& s) {
                return s != nullptr && s->id == newId;
            })) {
@@ -73,6 +84,7 @@ std::shared_ptr<CStreamBase> CStreamArray::_FindOrAdd(
     }
     std::shared_ptr<CStreamBase> stream = make(newId);
     if (stream != nullptr) {
+        stream->lastUsed.store(now);
         streams.push_back(stream);
     }
     return stream;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -23,6 +24,7 @@ public:
     virtual void Stream(CryptPacket& packet, CancellationToken& token) = 0;
 
     const uint32_t id;
+    std::atomic<uint32_t> lastUsed{0};  // clock reading of the last chunk, for the idle sweep
 };
 
 // CSimpleStream collects chunks and, on the final one, hands the whole payload to the request.
@@ -40,9 +42,14 @@ private:
 };
 
 // CStreamArray is the set of open streams of a module. Streams are shared so that one closed by
-// another call stays alive until the call using it returns.
+// another call stays alive until the call using it returns. A stream whose final chunk never comes
+// is dropped once idle for more than three hours (checked at most once an hour, when a stream is
+// looked up), so abandoned uploads cannot hold memory for ever.
 class CStreamArray {
 public:
+    static constexpr uint32_t kSweepInterval = 3600000;  // ms
+    static constexpr uint32_t kMaxIdle = 10800000;       // ms
+
     explicit CStreamArray(Clock inClock = RealTimeMs) : clock(std::move(inClock)) {}
     CStreamArray(const CStreamArray&) = delete;
     CStreamArray& operator=(const CStreamArray&) = delete;
@@ -65,6 +72,7 @@ private:
     mutable std::mutex lock;
     std::vector<std::shared_ptr<CStreamBase>> streams;
     Clock clock;
+    uint32_t lastSweep = 0;  // guarded by lock
 };
 
 }  // namespace ca

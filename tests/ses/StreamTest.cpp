@@ -82,3 +82,27 @@ TEST(Streams, HashStreamAnswersTheCrcOfTheWhole) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Streams, AbandonedStreamsAreSweptAfterThreeIdleHours) {
+    uint32_t now = 4000000;  // past the first hour: the first lookup sweeps (nothing yet)
+    CStreamArray streams(nullptr, [&now] { return now; });
+    uint32_t abandoned = 0, active = 0;
+    ASSERT_EQ(Chunk(streams, abandoned, "old", false, ca::StreamType::kSimple), 0u);
+    now += 1;
+    ASSERT_EQ(Chunk(streams, active, "a", false, ca::StreamType::kSimple), 0u);
+
+    now += CStreamArray::kMaxIdle;  // "abandoned" is now idle one millisecond too long
+    ASSERT_EQ(Chunk(streams, active, "b", false, ca::StreamType::kSimple), 0u);
+    EXPECT_EQ(streams.Count(), 1u);
+
+    std::string payload;
+    ASSERT_EQ(Chunk(streams, active, "c", true, ca::StreamType::kSimple, &payload), 0u);
+    EXPECT_EQ(payload, "abc");  // the stream in use kept all its chunks
+    uint32_t reused = abandoned;
+    ASSERT_EQ(Chunk(streams, reused, "new", false, ca::StreamType::kSimple), 0u);
+    EXPECT_NE(reused, abandoned);  // the swept id now names nothing: a new stream answers
+}
+
+}  // namespace
