@@ -309,6 +309,23 @@ CAsn1Block* CAsn1Block::GetBlockBySpecificIdx(uint32_t index, size_t startIndex)
     return nullptr;
 }
 
+bool CAsn1Block::IsCanonical() const {
+    if (isIndefinite || isCorrupted || totalLength != length + 2 + GetBytesCount(length)) {
+        return false;
+    }
+    if (!IsConstructed()) {
+        return true;
+    }
+    uint64_t sum = 0;
+    for (const auto& inner : innerBlocks) {
+        if (!inner->IsCanonical()) {
+            return false;
+        }
+        sum += inner->totalLength;
+    }
+    return sum == length;
+}
+
 CAsn1Block* CAsn1Block::GetBlockByPath(const std::wstring& path) const {
     CAsn1Block* current = nullptr;
     size_t from = 0;

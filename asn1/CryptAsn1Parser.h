@@ -80,6 +80,9 @@ public:
     CAsn1Block* GetBlockBySpecificIdx(uint32_t index, size_t startIndex = 0) const;
 
     bool IsConstructed() const { return (tag & 0x20) != 0; }
+    // IsCanonical: every block of the subtree has a minimal definite length, is not corrupted and
+    // its children fill it exactly, so that GetAsn1Data writes back the parsed bytes.
+    bool IsCanonical() const;
     bool IsContextSpecific() const { return (tag & 0x80) != 0; }  // the private class counts too
     bool IsApplicationSpecific() const { return (tag & 0x40) != 0; }
     // Deliberate: each mask drops the constructed bit and the class bit it tests but keeps the other

@@ -27,25 +27,6 @@ void CheckCode(uint32_t code) {
     }
 }
 
-// WellFormed: minimal definite lengths, children that fill their parent exactly, nothing corrupted.
-bool WellFormed(const CAsn1Block& block) {
-    if (block.isIndefinite || block.isCorrupted ||
-        block.totalLength != block.length + 2 + GetBytesCount(block.length)) {
-        return false;
-    }
-    if (!block.IsConstructed()) {
-        return true;
-    }
-    uint64_t sum = 0;
-    for (const auto& inner : block.innerBlocks) {
-        if (!WellFormed(*inner)) {
-            return false;
-        }
-        sum += inner->totalLength;
-    }
-    return sum == block.length;
-}
-
 void MarkAllChanged(CAsn1Object& object) {
     object.SetChanged(true);
     if (auto* constructed = dynamic_cast<CAsn1Constructed<CAsn1Object>*>(&object)) {
@@ -124,7 +105,7 @@ void Exercise(const uint8_t* data, size_t size, const SFlags& flags) {
     // Judged on the parsed lengths, before Build recalculates them.
     bool wellFormed = complete;
     for (const auto& block : parser.innerBlocks) {
-        wellFormed = wellFormed && WellFormed(*block);
+        wellFormed = wellFormed && block->IsCanonical();
     }
     // Written back before any decoder has touched the bytes.
     const std::vector<uint8_t> built = parser.Build();

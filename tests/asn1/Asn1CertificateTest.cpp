@@ -13,7 +13,6 @@
 namespace {
 
 using asn1test::CInput;
-using asn1test::WellFormed;
 
 struct SBlockFact {
     const wchar_t* path;
@@ -131,7 +130,7 @@ TEST_F(Asn1Certificates, StructureMatchesOpenssl) {
         Count(*parser.GetInnerBlock(0), 1, blocks, maxLevel);
         EXPECT_EQ(blocks, cert.blocks);
         EXPECT_EQ(maxLevel, cert.maxLevel);
-        EXPECT_TRUE(WellFormed(*parser.GetInnerBlock(0)));
+        EXPECT_TRUE(parser.GetInnerBlock(0)->IsCanonical());
         for (const auto& fact : cert.facts) {
             SCOPED_TRACE(ca::u16u8(fact.path));
             CAsn1Block* block = parser.GetBlockByPath(fact.path);
@@ -263,7 +262,7 @@ TEST(Asn1Corpus, ParseAndBuildRoundTrip) {
         }
         bool all = true;
         for (const auto& block : parser.innerBlocks) {
-            all = all && WellFormed(*block);
+            all = all && block->IsCanonical();
         }
         if (all) {
             ++wellFormed;

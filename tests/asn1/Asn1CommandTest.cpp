@@ -8,16 +8,13 @@
 
 #include "ca/Encode.h"
 #include "tests/asn1/Asn1TestUtil.h"
+#include "tests/support/ToolRun.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct SRun {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
+using SRun = SToolRun;
 
 class Asn1Command : public ::testing::Test {
 protected:
@@ -37,15 +34,10 @@ protected:
         return (_dir / name).string();
     }
 
-    // Run starts "sestool asn1 ARGS" through the shell (the arguments hold no quote characters).
-    SRun Run(const std::vector<std::string>& args) {
-        std::string command = "'" SES_TOOL_PATH "' asn1";
-        for (const auto& arg : args) {
-            command += " '" + arg + "'";
-        }
-        command += " >'" + (_dir / "stdout").string() + "' 2>'" + (_dir / "stderr").string() + "'";
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(_dir / "stdout"), Read(_dir / "stderr")};
+    // Run starts "sestool asn1 ARGS".
+    SRun Run(std::vector<std::string> args) {
+        args.insert(args.begin(), "asn1");
+        return RunSestool(_dir.string(), args);
     }
 
     static std::string Read(const fs::path& path) {

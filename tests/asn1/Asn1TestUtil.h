@@ -91,24 +91,4 @@ inline std::vector<uint8_t> ReadFile(const std::string& path) {
 
 inline std::string CertPath(const std::string& name) { return std::string(SES_TEST_DATA) + "/certs/" + name; }
 
-// WellFormed: every block has a minimal definite length and its children fill it exactly, so that
-// Build must give the parsed bytes back.
-inline bool WellFormed(const CAsn1Block& block) {
-    if (block.isIndefinite || block.isCorrupted ||
-        block.totalLength != block.length + 2 + GetBytesCount(block.length)) {
-        return false;
-    }
-    if (!block.IsConstructed()) {
-        return true;
-    }
-    uint64_t sum = 0;
-    for (const auto& inner : block.innerBlocks) {
-        if (!WellFormed(*inner)) {
-            return false;
-        }
-        sum += inner->totalLength;
-    }
-    return sum == block.length;
-}
-
 }  // namespace asn1test

@@ -1,5 +1,7 @@
 // Runs "sestool config" as a child process with HOME in a fresh folder.
 #include <gtest/gtest.h>
+
+#include <sstream>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -9,27 +11,18 @@
 #include "config/FileUtil.h"
 #include "module/Lng.h"
 #include "tests/support/TestSupport.h"
+#include "tests/support/ToolRun.h"
 
 namespace {
 
-struct SToolRun {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
-
-// RunConfig runs "sestool config ARGS"; the child inherits HOME from the CTempHome in place.
+// RunConfig runs "sestool config ARGS" (blank-separated) with HOME in the CTempHome.
 SToolRun RunConfig(const CTempHome& home, const std::string& args) {
-    const std::string out = home.Path() + "/stdout";
-    const std::string err = home.Path() + "/stderr";
-    const std::string command =
-        std::string("'") + SES_TOOL_PATH + "' config " + args + " >'" + out + "' 2>'" + err + "' </dev/null";
-    const int status = std::system(command.c_str());
-    SToolRun run;
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    ca::FileToString(out, run.out);
-    ca::FileToString(err, run.err);
-    return run;
+    std::vector<std::string> words{"config"};
+    std::istringstream split(args);
+    for (std::string word; split >> word;) {
+        words.push_back(word);
+    }
+    return RunSestool(home.Path(), words, {}, home.Path());
 }
 
 std::string ConfigPath(const CTempHome& home) {

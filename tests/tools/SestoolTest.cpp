@@ -23,15 +23,13 @@
 #endif
 #include <vector>
 
+#include "tests/support/ToolRun.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
-struct SRun {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
+using SRun = SToolRun;
 
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -74,43 +72,7 @@ protected:
             }
             EXPECT_GE(terminal, 0);
         }
-        const fs::path in = File("stdin", input);
-        const fs::path out = _dir / "stdout";
-        const fs::path err = _dir / "stderr";
-        const std::string home = (_dir / "home").string();
-        const std::string config = (_dir / "home" / ".config").string();
-        std::vector<char*> argv;
-        std::string tool = SES_TOOL_PATH;
-        argv.push_back(tool.data());
-        std::vector<std::string> copies(args);
-        for (auto& arg : copies) {
-            argv.push_back(arg.data());
-        }
-        argv.push_back(nullptr);
-
-        SRun run;
-        const pid_t pid = fork();
-        if (pid == 0) {
-            const int fdIn = open(in.c_str(), O_RDONLY);
-            const int fdOut = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            const int fdErr =
-                terminal >= 0 ? terminal : open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            if (fdIn < 0 || fdOut < 0 || fdErr < 0 || dup2(fdIn, 0) < 0 || dup2(fdOut, 1) < 0 ||
-                dup2(fdErr, 2) < 0) {
-                _exit(127);
-            }
-            setenv("HOME", home.c_str(), 1);
-            setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-            setenv("QT_QPA_PLATFORM", "offscreen", 1);
-            execv(argv[0], argv.data());
-            _exit(127);
-        }
-        int status = 0;
-        if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
-            run.exitCode = WEXITSTATUS(status);
-        }
-        run.out = ReadFile(out);
-        run.err = ReadFile(err);
+        SRun run = RunSestool(_dir.string(), args, input, (_dir / "home").string(), terminal);
         if (master >= 0) {
             // The terminal side stays open here until the master is drained: no hang-up loses output.
             fcntl(master, F_SETFL, O_NONBLOCK);
