@@ -20,8 +20,9 @@ constexpr uint32_t kCertValid = 16200;
 constexpr uint32_t kChainFirst = 16201;
 constexpr uint32_t kChainLast = 16223;
 constexpr uint32_t kWrongStoreAddress = 16252;
-constexpr uint32_t kConnectionError = 16263;  // HTTP: no connection, time-out, transfer failure
-constexpr uint32_t kServerError = 16264;      // HTTP: server answered with status >= 400
+constexpr uint32_t kConnectionError = 16263;      // HTTP: no connection, time-out, transfer failure
+constexpr uint32_t kServerError = 16264;          // HTTP: server answered with status >= 400
+constexpr uint32_t kIncorrectParameters = 16268;  // another client's stream, too many open streams
 constexpr uint32_t kJsonError = 16300;
 constexpr uint32_t kFileNotFound = 16301;
 constexpr uint32_t kCurlInitError = 16302;  // libcurl.so.4 or one of its symbols is missing

@@ -10,14 +10,15 @@
 
 namespace ca {
 
-const wchar_t* const LocMap[10] = {L"", L"sscu", L"sscs", L"sslm", L"sslmgp", L"sscugp", L"sss", L"ssu", L"sslme", L"remote"};
+const wchar_t* const LocMap[10] = {L"",       L"sscu", L"sscs", L"sslm",  L"sslmgp",
+                                   L"sscugp", L"sss",  L"ssu",  L"sslme", L"remote"};
 
 namespace {
 
 enum class Locality { kAlways, kByAddress, kNever };
 constexpr Locality kLocality[std::size(LocMap)] = {
-    Locality::kAlways,    Locality::kAlways,    Locality::kAlways, Locality::kByAddress, Locality::kByAddress,
-    Locality::kAlways,    Locality::kByAddress, Locality::kByAddress, Locality::kAlways, Locality::kNever};
+    Locality::kAlways, Locality::kAlways,    Locality::kAlways,    Locality::kByAddress, Locality::kByAddress,
+    Locality::kAlways, Locality::kByAddress, Locality::kByAddress, Locality::kAlways,    Locality::kNever};
 
 constexpr uint32_t kSslm = 3;
 constexpr uint32_t kSslmgp = 4;
@@ -40,7 +41,8 @@ bool IsMachineChar(wchar_t c) {
 
 }  // namespace
 
-StoreAddress::StoreAddress(const std::wstring& locationCode, const std::wstring& inAddress, const std::wstring& inName)
+StoreAddress::StoreAddress(const std::wstring& locationCode, const std::wstring& inAddress,
+                           const std::wstring& inName)
     : name(inName), location(ParseLoc(locationCode)), empty(false) {
     valid = SetAddress(inAddress);
 }
@@ -84,7 +86,8 @@ bool StoreAddress::SetAddress(const std::wstring& inAddress) {
             address.insert(0, 1, L'\\');
         }
     }
-    valid = std::all_of(address.begin() + std::min<size_t>(2, address.size()), address.end(), IsMachineChar);
+    valid = address.size() <= kMaxAddressLength &&
+            std::all_of(address.begin() + std::min<size_t>(2, address.size()), address.end(), IsMachineChar);
     return valid;
 }
 

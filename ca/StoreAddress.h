@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -13,12 +14,14 @@ namespace ca {
 //
 // Choices this module makes where the exchange format leaves them open:
 //   SetAddress     valid when the machine part holds only letters, digits, ".", "-", "_" and ":"
-//                  after its two leading backslashes (an empty part is valid);
+//                  after its two leading backslashes (an empty part is valid) and is at most
+//                  kMaxAddressLength characters long (a host name has at most 253);
 //   GetFullAddress "code:name", or "code:\\MACHINE\name" when there is a machine part;
 //   IsMy           the name is "MY"; IsTempStore the name is "VALKOTempStore";
 //   IsCertManStore the name is "CertMan" (all three compared without regard to case).
 class StoreAddress : public ISerializable {
 public:
+    static constexpr size_t kMaxAddressLength = 258;  // "\\" + 256
     StoreAddress() = default;
     // Sets the name, looks up the location code, then applies SetAddress.
     StoreAddress(const std::wstring& locationCode, const std::wstring& inAddress, const std::wstring& inName);

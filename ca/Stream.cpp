@@ -1,13 +1,44 @@
 #include "ca/Stream.h"
 
-#include <algorithm>
+#include <sys/random.h>
+
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <random>
+#include <vector>
 
 #include "ca/ErrorCodes.h"
 #include "ca/Exception.h"
 
 namespace ca {
+
+namespace {
+
+// RandomStreamId draws a non-zero 31-bit id from the kernel's generator: ids of other clients'
+// streams must not be predictable from one's own.
+uint32_t RandomStreamId() {
+    uint32_t value = 0;
+    if (getrandom(&value, sizeof(value), 0) != static_cast<ssize_t>(sizeof(value))) {
+        std::random_device device;
+        value = device();
+    }
+    return value & 0x7FFFFFFFu;
+}
+
+}  // namespace
+
+bool CStreamBudget::Take(uint64_t n) {
+    uint64_t now = held.load();
+    do {
+        if (n > limit || now > limit - n) {
+            return false;
+        }
+    } while (!held.compare_exchange_weak(now, now + n));
+    return true;
+}
+
+CSimpleStream::~CSimpleStream() { budget->Give(size); }
 
 void CSimpleStream::Stream(CryptPacket& packet, CancellationToken&) {
     std::lock_guard<std::mutex> guard(lock);
@@ -16,14 +47,16 @@ void CSimpleStream::Stream(CryptPacket& packet, CancellationToken&) {
         throw Exception(kNoDataInArgs);
     }
     if (chunk->size != 0) {
-        if (size + chunk->size > std::numeric_limits<uint32_t>::max()) {
-            throw Exception(kBadData);  // the assembled payload would not fit a file-data record
+        // The assembled payload must fit a file-data record, and all streams share one budget.
+        if (size + chunk->size > std::numeric_limits<uint32_t>::max() || !budget->Take(chunk->size)) {
+            throw Exception(kBadData);
         }
         if (assembled == nullptr) {
             assembled = std::move(chunk->data);  // the first chunk is adopted, not copied
         } else {
             void* grown = std::realloc(assembled.get(), size + chunk->size);
             if (grown == nullptr) {
+                budget->Give(chunk->size);
                 throw Exception(kExecutionError);
             }
             (void)assembled.release();
@@ -37,68 +70,94 @@ void CSimpleStream::Stream(CryptPacket& packet, CancellationToken&) {
     if (packet.request.streamFinalChunk && size != 0) {
         chunk->data = std::move(assembled);
         chunk->size = static_cast<uint32_t>(size);
+        budget->Give(size);  // the call owns the payload now
         size = 0;
     }
 }
 
 void CStreamArray::Stream(CryptPacket& packet, StreamType type, CancellationToken& token) {
-    const std::shared_ptr<CStreamBase> stream = GetStream(packet.request.streamId, type);
+    const std::shared_ptr<CStreamBase> stream =
+        GetStream(packet.request.streamId, type, packet.request.clientId);
     if (stream == nullptr) {
         throw Exception(kExecutionError);
     }
     packet.response.streamId = stream->id;
     stream->lastUsed.store(clock());
+    // A final chunk ends its stream whether or not the chunk could be taken.
+    struct SCloser {
+        CStreamArray* array;
+        uint32_t id;
+        ~SCloser() {
+            if (array != nullptr) {
+                array->RemoveStream(id);
+            }
+        }
+    } closer{packet.request.streamFinalChunk ? this : nullptr, stream->id};
     stream->Stream(packet, token);
-    if (packet.request.streamFinalChunk) {
-        RemoveStream(packet.response.streamId);
+}
+
+std::shared_ptr<CStreamBase> CStreamArray::_Erase(
+    std::unordered_map<uint32_t, std::shared_ptr<CStreamBase>>::iterator it) {
+    std::shared_ptr<CStreamBase> removed = std::move(it->second);
+    streams.erase(it);
+    const auto count = openByClient.find(removed->owner);
+    if (count != openByClient.end() && --count->second == 0) {
+        openByClient.erase(count);
     }
+    return removed;
 }
 
 std::shared_ptr<CStreamBase> CStreamArray::_FindOrAdd(
-    uint32_t id, const std::function<std::shared_ptr<CStreamBase>(uint32_t)>& make) {
+    uint32_t id, const std::wstring& owner,
+    const std::function<std::shared_ptr<CStreamBase>(uint32_t)>& make) {
     std::vector<std::shared_ptr<CStreamBase>> dropped;  // destroyed after the lock is released
     std::lock_guard<std::mutex> guard(lock);
     const uint32_t now = clock();
     if (static_cast<uint32_t>(now - lastSweep) > kSweepInterval) {
         lastSweep = now;
-        const auto idle = std::stable_partition(streams.begin(), streams.end(), [now](const auto& s) {
-            return s != nullptr && static_cast<uint32_t>(now - s->lastUsed.load()) <= kMaxIdle;
-        });
-        dropped.assign(std::make_move_iterator(idle), std::make_move_iterator(streams.end()));
-        streams.erase(idle, streams.end());
-    }
-    if (id != 0) {
-        for (const auto& stream : streams) {
-            if (stream != nullptr && stream->id == id) {
-                return stream;
+        for (auto it = streams.begin(); it != streams.end();) {
+            auto next = std::next(it);
+            if (static_cast<uint32_t>(now - it->second->lastUsed.load()) > kMaxIdle) {
+                dropped.push_back(_Erase(it));
             }
+            it = next;
         }
     }
-    // Ids come from the millisecond clock. Every open stream is compared, not only the last one:
-    // several streams opened within one millisecond by different clients must never share an id.
-    uint32_t newId = now;
-    while (newId == 0 || std::any_of(streams.begin(), streams.end(), [newId](const auto& s) {
-               return s != nullptr && s->id == newId;
-           })) {
-        ++newId;
+    if (id != 0) {
+        if (const auto found = streams.find(id); found != streams.end()) {
+            if (found->second->owner != owner) {
+                throw Exception(kIncorrectParameters);
+            }
+            return found->second;
+        }
+    }
+    size_t& open = openByClient[owner];
+    if (open >= kMaxStreamsPerClient) {
+        throw Exception(kIncorrectParameters);
+    }
+    uint32_t newId = RandomStreamId();
+    while (newId == 0 || streams.count(newId) != 0) {
+        newId = RandomStreamId();
     }
     std::shared_ptr<CStreamBase> stream = make(newId);
-    if (stream != nullptr) {
-        stream->lastUsed.store(now);
-        streams.push_back(stream);
+    if (stream == nullptr) {
+        if (open == 0) {
+            openByClient.erase(owner);
+        }
+        return nullptr;
     }
+    stream->owner = owner;
+    stream->lastUsed.store(now);
+    streams.emplace(newId, stream);
+    ++open;
     return stream;
 }
 
 void CStreamArray::RemoveStream(uint32_t id) {
     std::shared_ptr<CStreamBase> removed;  // destroyed after the lock is released
     std::lock_guard<std::mutex> guard(lock);
-    for (auto it = streams.begin(); it != streams.end(); ++it) {
-        if (*it != nullptr && (*it)->id == id) {
-            removed = std::move(*it);
-            streams.erase(it);
-            break;
-        }
+    if (const auto found = streams.find(id); found != streams.end()) {
+        removed = _Erase(found);
     }
 }
 

@@ -1,47 +1,88 @@
 #include "module/ClientContext.h"
 
-#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cwchar>
+#include <vector>
 
+#include "ca/ErrorCodes.h"
+#include "ca/Exception.h"
 #include "config/InitStringParser.h"
 #include "module/SesModule.h"
 
+ca::StoreAddresses CClientContext::CurrentStores() const {
+    std::lock_guard<std::mutex> guard(_lock);
+    return _currentStores;
+}
+
+void CClientContext::SetCurrentStores(ca::StoreAddresses stores) {
+    std::lock_guard<std::mutex> guard(_lock);
+    _currentStores.items.swap(stores.items);
+}
+
+bool CClientContext::CountAddedCertificate() {
+    std::lock_guard<std::mutex> guard(_lock);
+    if (_addedCertificates >= kMaxAddedCertificates) {
+        return false;
+    }
+    ++_addedCertificates;
+    return true;
+}
+
 std::shared_ptr<CClientContext> CClientContextArray::AcquireContext(const std::wstring& clientId) {
+    if (clientId.size() > kMaxClientIdLength) {
+        throw ca::Exception(ca::kJsonError);
+    }
     if (static_cast<uint32_t>(clock() - lastCleanup.load()) > kSweepInterval) {
         RemoveOld();  // takes the lock itself
         lastCleanup.store(clock());
     }
+    std::shared_ptr<CClientContext> evicted;  // destroyed after the lock is released
     std::lock_guard<std::mutex> guard(lock);
-    for (const auto& context : contexts) {
-        if (context->clientId == clientId) {
-            context->lastUsed.store(clock());
-            return context;
-        }
+    if (const auto found = index.find(clientId); found != index.end()) {
+        contexts.splice(contexts.begin(), contexts, found->second);
+        (*found->second)->lastUsed.store(clock());
+        return *found->second;
     }
-    contexts.push_back(std::make_shared<CClientContext>(clientId, clock()));
-    return contexts.back();
+    if (contexts.size() >= kMaxContexts) {
+        evicted = std::move(contexts.back());
+        index.erase(evicted->clientId);
+        contexts.pop_back();
+    }
+    contexts.push_front(std::make_shared<CClientContext>(clientId, clock()));
+    index.emplace(clientId, contexts.begin());
+    return contexts.front();
 }
 
 void CClientContextArray::Remove(const std::wstring& clientId) {
+    std::shared_ptr<CClientContext> removed;
     std::lock_guard<std::mutex> guard(lock);
-    const auto it = std::find_if(contexts.begin(), contexts.end(),
-                                 [&clientId](const auto& context) { return context->clientId == clientId; });
-    if (it != contexts.end()) {
-        contexts.erase(it);
+    if (const auto found = index.find(clientId); found != index.end()) {
+        removed = std::move(*found->second);
+        contexts.erase(found->second);
+        index.erase(found);
     }
 }
 
 void CClientContextArray::RemoveOld() {
+    std::vector<std::shared_ptr<CClientContext>> removed;
     std::lock_guard<std::mutex> guard(lock);
     const uint32_t now = clock();
-    contexts.erase(std::remove_if(contexts.begin(), contexts.end(),
-                                  [now](const auto& context) {
-                                      return static_cast<uint32_t>(now - context->lastUsed.load()) > kMaxIdle;
-                                  }),
-                   contexts.end());
+    // The whole list is walked: a clock set back can leave an idle context ahead of a fresh one.
+    for (auto it = contexts.begin(); it != contexts.end();) {
+        if (static_cast<uint32_t>(now - (*it)->lastUsed.load()) > kMaxIdle) {
+            index.erase((*it)->clientId);
+            removed.push_back(std::move(*it));
+            it = contexts.erase(it);
+        } else {
+            ++it;
+        }
+    }
 }
 
 void CClientContextArray::CleanUp() {
     std::lock_guard<std::mutex> guard(lock);
+    index.clear();
     contexts.clear();
 }
 
@@ -49,6 +90,23 @@ size_t CClientContextArray::Count() const {
     std::lock_guard<std::mutex> guard(lock);
     return contexts.size();
 }
+
+namespace {
+
+// ParseForceCertInclude reads FORCE_CERTINCLUDE: a base-10 number that fits 32 signed bits, with
+// optional leading blanks and sign, as std::stoi takes it; anything else is a bad request.
+int32_t ParseForceCertInclude(const std::wstring& text) {
+    const wchar_t* begin = text.c_str();
+    wchar_t* end = nullptr;
+    errno = 0;
+    const long value = std::wcstol(begin, &end, 10);
+    if (end == begin || errno == ERANGE || value < INT32_MIN || value > INT32_MAX) {
+        throw ca::Exception(ca::kJsonError);
+    }
+    return static_cast<int32_t>(value);
+}
+
+}  // namespace
 
 CCallContext::CCallContext(ca::CryptPacket& inPacket, CSesModule* module) : packet(inPacket) {
     _Build(module);
@@ -73,7 +131,8 @@ void CCallContext::_Build(CSesModule* module) {
     if (!initString.empty() && initString.back() != L';') {
         initString += L';';
     }
-    initString += L"TSP_INET_TIMEOUT=" + std::to_wstring(static_cast<unsigned long>(module->config.tspTimeout)) + L";";
+    initString +=
+        L"TSP_INET_TIMEOUT=" + std::to_wstring(static_cast<unsigned long>(module->config.tspTimeout)) + L";";
     if (module->serviceMode) {
         initString += L"SERVICE_MODE=TRUE;";
     }
@@ -82,7 +141,7 @@ void CCallContext::_Build(CSesModule* module) {
     parser.Lookup(ca::InitStringParameter::CERT_FILTER, certFilter);
     std::wstring force;
     if (parser.Lookup(ca::InitStringParameter::FORCE_CERTINCLUDE, force)) {
-        forceCertInclude = std::stoi(force);
+        forceCertInclude = ParseForceCertInclude(force);
     }
     context = module->contexts.AcquireContext(request.clientId);
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
+#include <unordered_map>
 
 #include "ca/CryptPacket.h"
 #include "ca/StoreAddress.h"
@@ -13,28 +15,51 @@
 
 class CSesModule;
 
-// CClientContext is what survives between one client's calls: above all its current store set.
+// CClientContext is what survives between one client's calls: its current store set and how many
+// certificates it added. A client id is whatever the request says, so calls with one id may run at
+// once: the state is reached only through members that take the context's own lock.
 class CClientContext {
 public:
+    // kMaxCurrentStores bounds the store set one SetCurStore may choose.
+    static constexpr size_t kMaxCurrentStores = 64;
+    // kMaxAddedCertificates bounds the records one client may add with SetCert2.
+    static constexpr size_t kMaxAddedCertificates = 16;
+
     CClientContext(std::wstring inClientId, uint32_t now) : clientId(std::move(inClientId)), lastUsed(now) {}
 
+    ca::StoreAddresses CurrentStores() const;
+    void SetCurrentStores(ca::StoreAddresses stores);
+    // CountAddedCertificate counts one more SetCert2 record; false (nothing counted) at the bound.
+    bool CountAddedCertificate();
+
     const std::wstring clientId;
-    ca::StoreAddresses currentStores;  // used by the client's own calls, which the host serialises
     std::atomic<uint32_t> lastUsed;
+
+private:
+    mutable std::mutex _lock;
+    ca::StoreAddresses _currentStores;
+    size_t _addedCertificates = 0;
 };
 
-// CClientContextArray finds or creates the context of each call and forgets contexts idle for more
-// than three hours (a sweep runs at most once an hour, when some call acquires a context).
+// CClientContextArray finds or creates the context of each call. It forgets contexts idle for more
+// than three hours (a sweep runs at most once an hour, when some call acquires a context) and, past
+// kMaxContexts, the least recently used one. Lookups are by hash, so a call costs the same with a
+// million clients as with one.
 class CClientContextArray {
 public:
     static constexpr uint32_t kSweepInterval = 3600000;  // ms
     static constexpr uint32_t kMaxIdle = 10800000;       // ms
+    // kMaxContexts bounds the contexts kept; a context in use by a call outlives its eviction.
+    static constexpr size_t kMaxContexts = 10000;
+    // kMaxClientIdLength bounds a "clientId" (characters); a longer one is a bad request (16300).
+    static constexpr size_t kMaxClientIdLength = 256;
 
     explicit CClientContextArray(CSesModule* inModule, ca::Clock inClock = ca::RealTimeMs)
         : module(inModule), clock(std::move(inClock)) {}
 
     // AcquireContext returns the context of clientId (exact match), creating it when missing.
     // Contexts are shared: one removed meanwhile stays valid for the call holding it.
+    // Throws Exception(16300) for an id longer than kMaxClientIdLength.
     std::shared_ptr<CClientContext> AcquireContext(const std::wstring& clientId);
     void Remove(const std::wstring& clientId);
     void RemoveOld();
@@ -42,8 +67,11 @@ public:
     size_t Count() const;
 
 private:
+    using ContextList = std::list<std::shared_ptr<CClientContext>>;
+
     std::atomic<uint32_t> lastCleanup{0};
-    std::vector<std::shared_ptr<CClientContext>> contexts;
+    ContextList contexts;  // most recently used first
+    std::unordered_map<std::wstring, ContextList::iterator> index;
     mutable std::mutex lock;
     [[maybe_unused]] CSesModule* module;
     ca::Clock clock;
@@ -52,8 +80,8 @@ private:
 // CCallContext gathers, for one request, the client context and the initialisation-string values.
 class CCallContext {
 public:
-    // Throws std::invalid_argument / std::out_of_range ("stoi") for a FORCE_CERTINCLUDE that is no
-    // 32-bit number; the request frame answers that with 16197.
+    // Throws Exception(16300) for a FORCE_CERTINCLUDE that is no 32-bit decimal number and for an
+    // over-long client id.
     CCallContext(ca::CryptPacket& inPacket, CSesModule* module);
     ~CCallContext();
     CCallContext(const CCallContext&) = delete;

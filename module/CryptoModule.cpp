@@ -61,9 +61,10 @@ void CryptoModule::_RunRequest(const CMPacket& host, CryptPacket& packet) {
         }
         text[jsonLength] = 0;
         const bool hasTail = jsonLength < host.requestLength;
-        packet.request.FromJson(host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()), jsonLength,
-                                hasTail ? reinterpret_cast<const uint8_t*>(host.request) + jsonLength + 1 : nullptr,
-                                hasTail ? host.requestLength - jsonLength - 1 : 0);
+        packet.request.FromJson(
+            host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()), jsonLength,
+            hasTail ? reinterpret_cast<const uint8_t*>(host.request) + jsonLength + 1 : nullptr,
+            hasTail ? host.requestLength - jsonLength - 1 : 0);
         text.reset();
         if (config.logMode == 3) {
             const std::string encoded =
@@ -90,7 +91,41 @@ void CryptoModule::_RunRequest(const CMPacket& host, CryptPacket& packet) {
     }
 }
 
+namespace {
+
+// CCallInFlight counts one ProcessJson for WaitForCalls.
+class CCallInFlight {
+public:
+    CCallInFlight(std::mutex& lock, std::condition_variable& done, size_t& count)
+        : _lock(lock), _done(done), _count(count) {
+        std::lock_guard<std::mutex> guard(_lock);
+        ++_count;
+    }
+    ~CCallInFlight() {
+        std::lock_guard<std::mutex> guard(_lock);
+        if (--_count == 0) {
+            _done.notify_all();
+        }
+    }
+    CCallInFlight(const CCallInFlight&) = delete;
+    CCallInFlight& operator=(const CCallInFlight&) = delete;
+
+private:
+    std::mutex& _lock;
+    std::condition_variable& _done;
+    size_t& _count;
+};
+
+}  // namespace
+
+void CryptoModule::WaitForCalls() {
+    std::unique_lock<std::mutex> guard(_callsLock);
+    _callsDone.wait(guard, [this] { return _callsInFlight == 0; });
+}
+
 void CryptoModule::ProcessJson(CMPacket& host) noexcept {
+    const CCallInFlight inFlight(_callsLock, _callsDone, _callsInFlight);
+    const CBindingScope scope(binding);
     host.response = nullptr;
     host.responseSize = 0;
     try {

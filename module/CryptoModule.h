@@ -1,9 +1,13 @@
 #pragma once
 
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
 #include <string>
 
 #include "ca/CryptPacket.h"
 #include "config/ConfigFileParser.h"
+#include "module/Binding.h"
 
 struct CMPacket;
 
@@ -21,8 +25,14 @@ public:
     virtual void ProcessClientRequest(CryptPacket& packet, bool isLocal) = 0;
 
     // ProcessJson answers one host packet: a malloc'ed JSON + NUL (+ raw data) buffer in
-    // packet.response. Every exception becomes an error code; nothing escapes.
+    // packet.response. Every exception becomes an error code; nothing escapes. It runs with this
+    // module's binding and counts as a call in flight until it returns.
     void ProcessJson(CMPacket& packet) noexcept;
+
+    // WaitForCalls blocks until no ProcessJson of this module is running. The destructor calls it,
+    // so CM_Free returns only after the calls in flight; calls started after CM_Free are the host's
+    // error (the object is gone).
+    void WaitForCalls();
 
     // ReadConfig reads the service configuration; always true, a problem becomes a warning that
     // ShowConfigWarning delivers once logging is bound.
@@ -30,6 +40,7 @@ public:
 
     bool serviceMode;
     ConfigFileParser config;
+    SBinding binding;  // this instance's log callback, language and error texts
 
 protected:
     ~CryptoModule() = default;
@@ -40,6 +51,9 @@ protected:
 private:
     void _RunRequest(const CMPacket& host, CryptPacket& packet);
     std::wstring _configWarning;
+    std::mutex _callsLock;
+    std::condition_variable _callsDone;
+    size_t _callsInFlight = 0;  // guarded by _callsLock
 };
 
 }  // namespace ca

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <iterator>
 
+#include "module/Binding.h"
 #include "module/Lng.h"
 
 namespace {
@@ -276,9 +277,6 @@ std::wstring ErrorMessageHelper::GetErrorMessageCustom(uint32_t code, const std:
     return std::wstring();
 }
 
-ErrorMessageHelper& ErrorMessageHelper::Instance() {
-    static ErrorMessageHelper helper;
-    return helper;
-}
+ErrorMessageHelper& ErrorMessageHelper::Instance() { return CurrentBinding().errors; }
 
 }  // namespace ca

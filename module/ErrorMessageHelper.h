@@ -22,7 +22,7 @@ public:
     void SetHandlers(std::vector<std::wstring> inHandlers) { handlers = std::move(inHandlers); }
     const std::vector<std::wstring>& Handlers() const { return handlers; }
 
-    // Instance is the one helper of the process.
+    // Instance is the helper of the module whose call runs on this thread (see CurrentBinding).
     static ErrorMessageHelper& Instance();
 
 private:

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string>
 
+#include "module/Binding.h"
+
 namespace {
 
 // SMessageRow is one numbered text in both languages; identifiers without a row read as L"".
@@ -96,7 +98,8 @@ constexpr SMessageRow kMessageRows[] = {
     {446, L"Policy constraints", L"Ограничения политик"},
     {447, L"Extended key usage", L"Расширенное использование ключа"},
     {448, L"Authority attribute identifier", L"Идентификатор атрибутов центра"},
-    {449, L"Identifier of the certificate that defines a role", L"Идентификатор сертификата, определяющего роль"},
+    {449, L"Identifier of the certificate that defines a role",
+     L"Идентификатор сертификата, определяющего роль"},
     {450, L"CRL stream identifier", L"Идентификатор потока списков отзыва"},
     {451, L"Basic attribute certificate constraints", L"Основные ограничения атрибутного сертификата"},
     {452, L"Delegated name constraints", L"Делегированные ограничения имен"},
@@ -897,9 +900,6 @@ constexpr bool HasNoNull(const MessageArray& texts) {
 }
 static_assert(HasNoNull(kEnglishMessages) && HasNoNull(kRussianMessages), "unused ids read as L\"\"");
 
-// Written during start-up (configuration reading) and only read afterwards; 0 reads as English.
-uint32_t currentLanguage = 0;
-
 }  // namespace
 
 void SetVALKOLng(const wchar_t* name) {
@@ -907,14 +907,14 @@ void SetVALKOLng(const wchar_t* name) {
     for (const wchar_t* c = name; c != nullptr && *c != L'\0'; ++c) {
         lowered += static_cast<wchar_t>(std::towlower(static_cast<wint_t>(*c)));
     }
-    currentLanguage = lowered == L"ru" ? kLangRussian : kLangEnglish;
+    CurrentBinding().language.store(lowered == L"ru" ? kLangRussian : kLangEnglish);
 }
 
-uint32_t GetVALKOLng() { return currentLanguage; }
+uint32_t GetVALKOLng() { return CurrentBinding().language.load(); }
 
 const wchar_t* SetVALKOMessage(ValkoMessage id) {
     if (id >= kMessageCount) {
         return L"VALKO_LANGUAGE_MESSAGE_ID_ERROR";
     }
-    return currentLanguage == kLangRussian ? kRussianMessages[id] : kEnglishMessages[id];
+    return GetVALKOLng() == kLangRussian ? kRussianMessages[id] : kEnglishMessages[id];
 }

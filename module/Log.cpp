@@ -6,23 +6,31 @@
 
 #include "ca/Encode.h"
 #include "ca/Exception.h"
+#include "module/Binding.h"
 #include "module/ErrorMessageHelper.h"
 
 namespace {
 
-// Written by LogInit during CM_Init only; read by every call.
-LogCallback gCallback = nullptr;
+SBinding gDefaultBinding;
+thread_local SBinding* tBinding = nullptr;
 
 }  // namespace
 
+SBinding& CurrentBinding() { return tBinding != nullptr ? *tBinding : gDefaultBinding; }
+
+CBindingScope::CBindingScope(SBinding& binding) : _previous(tBinding) { tBinding = &binding; }
+
+CBindingScope::~CBindingScope() { tBinding = _previous; }
+
 bool LogInit(LogCallback callback, const std::vector<std::wstring>& customErrorHandlers) {
-    gCallback = callback;
-    ca::ErrorMessageHelper::Instance().SetHandlers(customErrorHandlers);
+    SBinding& binding = CurrentBinding();
+    binding.callback.store(callback);
+    binding.errors.SetHandlers(customErrorHandlers);
     return true;
 }
 
 bool LogEvent(const wchar_t* text, bool isError) {
-    const LogCallback callback = gCallback;
+    const LogCallback callback = CurrentBinding().callback.load();
     if (callback == nullptr) {
         return false;
     }

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-using LogCallback = bool (*)(const wchar_t* text, bool isError);
+#include "module/Binding.h"
 
-// LogInit binds the host's callback (null silences the module) and installs the custom error
-// handler list in the error-message helper. Returns true.
+// LogInit binds the host's callback to the current binding (null silences the module) and installs the custom
+// error handler list in the error-message helper. Returns true.
 bool LogInit(LogCallback callback, const std::vector<std::wstring>& customErrorHandlers);
 
 // LogEvent hands one line to the host as it is; false when no callback is bound.

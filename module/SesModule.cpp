@@ -71,9 +71,15 @@ const SModeRow* FindMode(uint32_t mode) {
 CSesModule::CSesModule(bool inServiceMode, ca::Clock clock)
     : ca::CryptoModule(inServiceMode), contexts(this, clock), streams(this, clock) {}
 
-CSesModule::~CSesModule() { CleanUp(); }
+CSesModule::~CSesModule() {
+    WaitForCalls();
+    const CBindingScope scope(binding);
+    CleanUp();
+}
 
 bool CSesModule::Init(LogCallback logCallback) {
+    // Everything Init sets up (language, callback, error texts) goes to this instance's binding.
+    const CBindingScope scope(binding);
     if (!ReadConfig()) {
         return false;
     }

@@ -53,7 +53,8 @@ std::wstring DnText(const CSesCert& record, bool useOid, bool withEmpty) {
         if (!text.empty()) {
             text += L", ";
         }
-        text += std::wstring(useOid ? part.oid : part.abbreviation) + L"=" + (value.empty() ? L"null" : value);
+        text +=
+            std::wstring(useOid ? part.oid : part.abbreviation) + L"=" + (value.empty() ? L"null" : value);
     }
     return text;
 }
@@ -86,21 +87,27 @@ SesCertInfo2::SesCertInfo2(const CSesCert& record) : cert(record) {
     CSesContainer document;
     document.certificate = std::make_unique<CSesCert>(record);
     const std::string xml = document.Print();
-    rawData = ca::u8u16(ca::Base64Encode(reinterpret_cast<const uint8_t*>(xml.data()), static_cast<uint32_t>(xml.size())));
+    rawData = ca::u8u16(
+        ca::Base64Encode(reinterpret_cast<const uint8_t*>(xml.data()), static_cast<uint32_t>(xml.size())));
 }
 
 SesCertInfo2::~SesCertInfo2() = default;
 
-bool CCertificateCollection::Add(std::unique_ptr<SesCertInfo2> info) {
+CCertificateCollection::AddResult CCertificateCollection::Add(std::unique_ptr<SesCertInfo2> info,
+                                                              bool fromClient) {
     const std::wstring id = info->cert.ID;
     {
         std::lock_guard<std::mutex> guard(lock);
-        if (!certificates.emplace(id, std::move(info)).second) {
-            return false;
+        if (fromClient && added >= kMaxAdded) {
+            return AddResult::kFull;
         }
+        if (!certificates.emplace(id, std::move(info)).second) {
+            return AddResult::kKnown;
+        }
+        added += fromClient ? 1 : 0;
     }
     LogEvent((L"Идентификатор добавленного сертификата = \"" + id + L"\"").c_str(), false);
-    return true;
+    return AddResult::kAdded;
 }
 
 const SesCertInfo2* CCertificateCollection::GetCert(const std::wstring& id) const {

@@ -23,9 +23,13 @@ public:
 // CCertificateCollection holds the module's certificates by identifier; it guards itself.
 class CCertificateCollection {
 public:
+    // kMaxAdded bounds the records clients add (SetCert2): they stay until the module is freed.
+    static constexpr size_t kMaxAdded = 256;
+
+    enum class AddResult { kAdded, kKnown, kFull };
     // Add takes info; when its identifier is already known the first one stays and info is dropped.
-    // Returns whether info was inserted.
-    bool Add(std::unique_ptr<SesCertInfo2> info);
+    // A record fromClient is refused (kFull) once kMaxAdded of them were added.
+    AddResult Add(std::unique_ptr<SesCertInfo2> info, bool fromClient = false);
     // GetCert returns the certificate of exactly that identifier, or null. Entries live as long as
     // the collection, so the pointer stays valid after the lock is released.
     const SesCertInfo2* GetCert(const std::wstring& id) const;
@@ -35,6 +39,7 @@ public:
 private:
     mutable std::mutex lock;
     std::map<std::wstring, std::unique_ptr<SesCertInfo2>> certificates;
+    size_t added = 0;  // records added fromClient, guarded by lock
 };
 
 // LoadCertificateFolder adds every readable certificate file of folder (names containing ".ses",

@@ -1,5 +1,7 @@
 // Store and certificate operations of CSesModule: one store, "MY", holding the local certificates,
 // and a per-client current-store list that can only name the temporary store.
+#include <unordered_set>
+
 #include "ca/CertInfo2.h"
 #include "ca/ErrorCodes.h"
 #include "ca/StoreAddress.h"
@@ -18,8 +20,8 @@ namespace {
 
 // RequestStore validates the request's store address and gives the store it names; a request
 // without one, or with an empty one, names the default "MY" store.
-ca::StoreAddress RequestStore(const ca::CryptPacket& packet, bool rejectRemote, long line, ValkoMessage received,
-                              bool machine) {
+ca::StoreAddress RequestStore(const ca::CryptPacket& packet, bool rejectRemote, long line,
+                              ValkoMessage received, bool machine) {
     const auto* given = static_cast<const ca::StoreAddress*>(packet.request.GetObject(ca::kTypeStoreAddress));
     if (given != nullptr && (!given->IsValid() || (rejectRemote && given->IsRemote()))) {
         Fail(line, ca::kWrongStoreAddress);
@@ -65,13 +67,22 @@ void CSesModule::GetCurStore(ca::CryptPacket& packet, CancellationToken&) {
 
 void CSesModule::SetCurStore(ca::CryptPacket& packet, CancellationToken&) {
     ca::StoreAddresses chosen;
-    if (const auto* given = static_cast<const ca::StoreAddresses*>(packet.request.GetObject(ca::kTypeStoreAddresses));
+    if (const auto* given =
+            static_cast<const ca::StoreAddresses*>(packet.request.GetObject(ca::kTypeStoreAddresses));
         given != nullptr) {
-        chosen.items = given->items;
+        // The module's filter keeps well-formed, set addresses; only the temporary store can be
+        // chosen. Duplicates (by full address) are dropped through a hash set, keeping the first.
+        std::unordered_set<std::wstring> seen;
+        for (const ca::StoreAddress& address : given->items) {
+            if (address.IsValid() && !address.IsEmpty() && address.IsTempStore() &&
+                seen.insert(address.GetFullAddress()).second) {
+                if (chosen.items.size() == CClientContext::kMaxCurrentStores) {
+                    Fail(216, ca::kWrongStoreAddress);
+                }
+                chosen.items.push_back(address);
+            }
+        }
     }
-    // The module's filter keeps well-formed, set addresses; only the temporary store can be chosen.
-    ca::FilterAddresses(chosen, [](const ca::StoreAddress& a) { return a.IsValid() && !a.IsEmpty(); });
-    ca::FilterAddresses(chosen, [](const ca::StoreAddress& a) { return a.IsTempStore(); });
     if (chosen.items.empty()) {
         Fail(216, ca::kWrongStoreAddress);
     }
@@ -79,16 +90,7 @@ void CSesModule::SetCurStore(ca::CryptPacket& packet, CancellationToken&) {
     if (packet.callContext == nullptr || packet.callContext->context == nullptr) {
         Fail(233, ca::kExecutionError);
     }
-    ca::StoreAddresses& current = packet.callContext->context->currentStores;
-    current.items.clear();
-    for (const ca::StoreAddress& address : chosen.items) {
-        const std::wstring full = address.GetFullAddress();
-        const bool known = std::any_of(current.items.begin(), current.items.end(),
-                                       [&full](const ca::StoreAddress& a) { return a.GetFullAddress() == full; });
-        if (!known) {
-            current.items.push_back(address);
-        }
-    }
+    packet.callContext->context->SetCurrentStores(std::move(chosen));
 }
 
 void CSesModule::GetCert(ca::CryptPacket& packet, CancellationToken&) { SetEmptyFileData(packet); }
@@ -119,11 +121,24 @@ void CSesModule::SetCert2(ca::CryptPacket& packet, CancellationToken&) {
                   packet.request.GetFileData() == nullptr ? 0 : packet.request.GetFileDataSize());
     CSesCert record;
     record.FromJson(document);
+    if (!record.FitsBounds()) {
+        Fail(541, ca::kBadData);
+    }
+    // Records added by clients live until CM_Free: each client, and all of them together, may add
+    // only a bounded number.
+    if (packet.callContext == nullptr || packet.callContext->context == nullptr) {
+        Fail(545, ca::kExecutionError);
+    }
+    if (!packet.callContext->context->CountAddedCertificate()) {
+        Fail(549, ca::kStoreError);
+    }
     auto info = std::make_unique<SesCertInfo2>(record);
     auto answer = std::make_unique<ca::CertInfos2>();
     answer->items.push_back(std::make_unique<ca::CertInfo2>(static_cast<const ca::CertInfo2&>(*info)));
     // Deliberate: a known identifier keeps its first certificate; the call still succeeds.
-    certificates.Add(std::move(info));
+    if (certificates.Add(std::move(info), true) == CCertificateCollection::AddResult::kFull) {
+        Fail(553, ca::kStoreError);
+    }
     packet.response.SetObject(std::move(answer), true);
     packet.response.errorCode = ca::kOk;
 }
@@ -138,7 +153,8 @@ void CSesModule::GetCertInfo2(ca::CryptPacket& packet, CancellationToken&) {
         throw ca::Exception(ca::kNeedCert);
     }
     // The general description only: the embedded record is not carried over.
-    packet.response.SetObject(std::make_unique<ca::CertInfo2>(static_cast<const ca::CertInfo2&>(*found)), false);
+    packet.response.SetObject(std::make_unique<ca::CertInfo2>(static_cast<const ca::CertInfo2&>(*found)),
+                              false);
 }
 
 // Operations without anything to do for a simple signature: they leave the packet as it is.

@@ -2,6 +2,9 @@
 
 #include <tinyxml.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "ca/Encode.h"
 #include "ses/SesXml.h"
 
@@ -52,6 +55,11 @@ void CSesCert::FromJson(const ca::JsonValue& value) {
         }
     }
     CheckString(Address);
+}
+
+bool CSesCert::FitsBounds() const {
+    return std::all_of(std::begin(kSesCertFields), std::end(kSesCertFields),
+                       [this](const SSesCertField& f) { return (this->*f.field).size() <= kMaxFieldLength; });
 }
 
 void CSesCert::CheckString(std::wstring& text) {

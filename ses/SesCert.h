@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "ca/Serializable.h"
@@ -18,6 +19,12 @@ public:
     void ToXml(TiXmlElement* parent) const;
     // FromXml reads the first child of each name; a missing or empty element keeps the field.
     void FromXml(const TiXmlElement* element);
+
+    // kMaxFieldLength bounds each field of a record a client sends (characters): a record is held
+    // in several forms (descriptions, base64 document) for as long as the module lives.
+    static constexpr size_t kMaxFieldLength = 4096;
+    // FitsBounds tells whether every field is at most kMaxFieldLength characters long.
+    bool FitsBounds() const;
 
     // CheckString turns every CR LF pair into one blank, scanning again until none is left.
     static void CheckString(std::wstring& text);

@@ -14,19 +14,22 @@ void CStreamHash::Stream(ca::CryptPacket& packet, CancellationToken&) {
     if (packet.request.streamFinalChunk) {
         const std::string text(hash.GetValue(), hash.GetValueLength());
         packet.response.SetObject(
-            std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(text.data()), static_cast<uint32_t>(text.size())),
+            std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(text.data()),
+                                           static_cast<uint32_t>(text.size())),
             true);
     }
 }
 
-std::shared_ptr<ca::CStreamBase> CStreamArray::GetStream(uint32_t id, ca::StreamType type) {
-    CSesModule* owner = module;
-    return _FindOrAdd(id, [type, owner](uint32_t newId) -> std::shared_ptr<ca::CStreamBase> {
+std::shared_ptr<ca::CStreamBase> CStreamArray::GetStream(uint32_t id, ca::StreamType type,
+                                                         const std::wstring& owner) {
+    CSesModule* parent = module;
+    const std::shared_ptr<ca::CStreamBudget> shared = budget;
+    return _FindOrAdd(id, owner, [type, parent, shared](uint32_t newId) -> std::shared_ptr<ca::CStreamBase> {
         switch (type) {
             case ca::StreamType::kSimple:
-                return std::make_shared<ca::CSimpleStream>(newId);
+                return std::make_shared<ca::CSimpleStream>(newId, shared);
             case ca::StreamType::kHash:
-                return std::make_shared<CStreamHash>(owner, newId);
+                return std::make_shared<CStreamHash>(parent, newId);
             case ca::StreamType::kEncode:
             case ca::StreamType::kDecode:
                 break;

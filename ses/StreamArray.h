@@ -26,11 +26,13 @@ private:
 // The encoding and decoding types (1, 2) have no stream in this module: GetStream gives null.
 class CStreamArray final : public ca::CStreamArray {
 public:
-    explicit CStreamArray(CSesModule* inModule, ca::Clock inClock = ca::RealTimeMs)
-        : ca::CStreamArray(std::move(inClock)), module(inModule) {}
+    explicit CStreamArray(CSesModule* inModule, ca::Clock inClock = ca::RealTimeMs,
+                          uint64_t heldBytesLimit = kMaxHeldBytes)
+        : ca::CStreamArray(std::move(inClock), heldBytesLimit), module(inModule) {}
     ~CStreamArray() override = default;
 
-    std::shared_ptr<ca::CStreamBase> GetStream(uint32_t id, ca::StreamType type) override;
+    std::shared_ptr<ca::CStreamBase> GetStream(uint32_t id, ca::StreamType type,
+                                               const std::wstring& owner) override;
 
 private:
     [[maybe_unused]] CSesModule* module;

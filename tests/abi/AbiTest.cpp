@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <set>
@@ -15,7 +16,8 @@
 
 namespace {
 
-constexpr const char* kNoDataAnswer = R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
+constexpr const char* kNoDataAnswer =
+    R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
 
 TEST(AbiExports, OnlyTheThreeEntryPointsAreExported) {
     FILE* pipe = popen("nm -D --defined-only " SES_MODULE_PATH, "r");
@@ -47,6 +49,36 @@ TEST(AbiLifecycle, NullArgumentsAreIgnoredAndInitLogsReadiness) {
     EXPECT_EQ(packet.response, nullptr);
 }
 
+std::atomic<bool> gCallEntered{false};
+
+TEST(AbiLifecycle, FreeWaitsForTheCallsInFlight) {
+    CTempHome home;
+    CHostModule host;
+    void* module = host.init(true, [](const wchar_t*, bool) {
+        gCallEntered = true;
+        return true;
+    });
+    gCallEntered = false;  // Init logged already
+    std::atomic<bool> answered{false};
+    std::thread caller([&host, &answered, module] {
+        // A sign of 64 MiB keeps the call busy long after CM_Free was entered.
+        const std::string request =
+            WithNul(R"({"mode":50,"fileDataSize":67108864})") + std::string(64 << 20, 'x');
+        CMPacket packet{};
+        packet.request = request.data();
+        packet.requestLength = static_cast<uint32_t>(request.size());
+        host.process(module, &packet);
+        free(packet.response);
+        answered = true;
+    });
+    while (!gCallEntered) {
+        std::this_thread::yield();
+    }
+    host.release(module);
+    EXPECT_TRUE(answered.load());
+    caller.join();
+}
+
 struct SExchangeCase {
     const char* label;
     std::string request;  // sent byte for byte
@@ -64,29 +96,47 @@ TEST(AbiExchange, AnswersAreByteExact) {
          R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
         {"mode below the table", WithNul(R"({"mode":10})"), true,
          R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
-        {"no mode", WithNul("{}"), true, R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
-        {"probe", WithNul(R"({"mode":37,"test":true,"fileData":5})"), true, R"({"errorCode":0,"errorMessage":"DONE"})"},
-        {"no-op key mode, local", WithNul(R"({"mode":11})"), true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"no mode", WithNul("{}"), true,
+         R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
+        {"probe", WithNul(R"({"mode":37,"test":true,"fileData":5})"), true,
+         R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"no-op key mode, local", WithNul(R"({"mode":11})"), true,
+         R"({"errorCode":0,"errorMessage":"DONE"})"},
         {"key mode, remote", WithNul(R"({"mode":14})"), false, R"({"errorCode":50,"errorMessage":""})"},
-        {"key probe, remote", WithNul(R"({"mode":56,"test":true})"), false, R"({"errorCode":50,"errorMessage":""})"},
+        {"key probe, remote", WithNul(R"({"mode":56,"test":true})"), false,
+         R"({"errorCode":50,"errorMessage":""})"},
         {"no NUL at all", R"({"mode":42})", true, R"({"errorCode":0,"errorMessage":"DONE"})"},
-        {"truncated JSON", WithNul(R"({"mode":)"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"not an object", WithNul("[37]"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"two documents", WithNul("{}{}"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"empty text", std::string(), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"mode as text", WithNul(R"({"mode":"37"})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"negative mode", WithNul(R"({"mode":-1})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"flag as number", WithNul(R"({"mode":11,"isAttached":1})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"fileData as number", WithNul(R"({"mode":11,"fileData":1})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"signatures of numbers", WithNul(R"({"mode":11,"signatures":[1]})"), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"long number literal", WithNul(hugeNumber), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"deep nesting", WithNul(deep), true, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"truncated JSON", WithNul(R"({"mode":)"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"not an object", WithNul("[37]"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"two documents", WithNul("{}{}"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"empty text", std::string(), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"mode as text", WithNul(R"({"mode":"37"})"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"negative mode", WithNul(R"({"mode":-1})"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"flag as number", WithNul(R"({"mode":11,"isAttached":1})"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"fileData as number", WithNul(R"({"mode":11,"fileData":1})"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"signatures of numbers", WithNul(R"({"mode":11,"signatures":[1]})"), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"long number literal", WithNul(hugeNumber), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
+        {"deep nesting", WithNul(deep), true,
+         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
         {"invalid base64", WithNul(R"({"mode":11,"fileData":"***"})"), true, kNoDataAnswer},
         {"lying fileDataSize", WithNul(R"({"mode":11,"fileDataSize":4})") + "abc", true, kNoDataAnswer},
         {"fileDataSize without NUL", R"({"mode":11,"fileDataSize":0})", true, kNoDataAnswer},
-        {"lying fileDataEncodedSize", WithNul(R"({"fileDataEncodedSize":999,"mode":11,"fileData":"QUJD"})"), true, R"({"errorCode":0,"errorMessage":"DONE"})"},
-        {"undecodable fileDataEncodedSize", WithNul(R"({"fileDataEncodedSize":4,"fileData":"====","mode":11})"), true, kNoDataAnswer},
-        {"non-http download", WithNul(R"({"mode":11,"fileDataUrl":"file:///etc/passwd"})"), true, R"({"errorCode":16263,"errorMessage":"ERROR Connection error"})"},
+        {"lying fileDataEncodedSize", WithNul(R"({"fileDataEncodedSize":999,"mode":11,"fileData":"QUJD"})"),
+         true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+        {"undecodable fileDataEncodedSize",
+         WithNul(R"({"fileDataEncodedSize":4,"fileData":"====","mode":11})"), true, kNoDataAnswer},
+        {"non-http download", WithNul(R"({"mode":11,"fileDataUrl":"file:///etc/passwd"})"), true,
+         R"({"errorCode":16263,"errorMessage":"ERROR Connection error"})"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
@@ -102,7 +152,8 @@ TEST(AbiExchange, NullRequestTextAnswersJsonError) {
     CMPacket packet{};
     packet.requestLength = 10;
     host.process(host.module, &packet);
-    EXPECT_EQ(CHostModule::Split(packet).json, R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})");
+    EXPECT_EQ(CHostModule::Split(packet).json,
+              R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})");
 }
 
 TEST(AbiExchange, FileDataArrivesInEveryForm) {
@@ -138,18 +189,17 @@ TEST(AbiLogging, LinesOfOneCallArriveInOrder) {
     CHostModule host;
     CLogCapture::Clear();
     host.Call(WithNul(R"({"mode":37,"clientId":"host-1"})"));
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{
-                                       {L"clientId =  host-1", false},
-                                       {L"> EnumStore", false},
-                                       {L"StoreAddress received", false},
-                                       {L"<", false}}));
+    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false},
+                                                          {L"> EnumStore", false},
+                                                          {L"StoreAddress received", false},
+                                                          {L"<", false}}));
 
     host.Call(WithNul(R"({"mode":37,"clientId":"host-1","test":true})"));
     EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
 
     host.Call(WithNul(R"({"mode":)"));
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L": CryptoModule:95", true},
-                                                          {L": ERROR Error parsing JSON.", true}}));
+    EXPECT_EQ(CLogCapture::Take(),
+              (std::vector<SLogLine>{{L": CryptoModule:95", true}, {L": ERROR Error parsing JSON.", true}}));
 }
 
 TEST(AbiConcurrency, ParallelCallsEachGetTheirOwnAnswer) {
@@ -162,8 +212,9 @@ TEST(AbiConcurrency, ParallelCallsEachGetTheirOwnAnswer) {
             for (int i = 0; i < 200; ++i) {
                 const bool known = (i + t) % 2 == 0;
                 const SAnswer answer = host.Call(WithNul(known ? R"({"mode":37})" : R"({"mode":98})"));
-                const char* expected = known ? R"({"errorCode":0,"errorMessage":"DONE","stores":["MY"]})"
-                                             : R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
+                const char* expected =
+                    known ? R"({"errorCode":0,"errorMessage":"DONE","stores":["MY"]})"
+                          : R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
                 wrong += answer.json != expected ? 1 : 0;
             }
         });

@@ -50,6 +50,36 @@ TEST(AbiConfig, RussianLanguageFromTheFile) {
     RestoreEnglish();
 }
 
+std::vector<std::wstring> gSecondModuleLines;
+
+TEST(AbiConfig, TwoModulesKeepTheirOwnLogAndLanguage) {
+    CTempHome home;
+    WriteConfig(home, "[Service settings]\nLanguage=ru\n");
+    CHostModule russian;
+    WriteConfig(home, "[Service settings]\nLanguage=en\n");
+    void* english = russian.init(true, [](const wchar_t* text, bool) {
+        gSecondModuleLines.emplace_back(text);
+        return true;
+    });
+    ASSERT_NE(english, nullptr);
+    CLogCapture::Clear();
+    EXPECT_EQ(russian.Call(WithNul(R"({"mode":99,"clientId":"r"})")).json, kUnknownModeRu);
+    CMPacket packet{};
+    const std::string request = WithNul(R"({"mode":99,"clientId":"e"})");
+    packet.request = request.data();
+    packet.requestLength = static_cast<uint32_t>(request.size());
+    russian.process(english, &packet);
+    EXPECT_EQ(CHostModule::Split(packet).json, kUnknownModeEn);
+    russian.release(english);
+    // The second module's lines, even its start and end, never reached the first one's callback.
+    russian.Call(WithNul(R"({"mode":99,"clientId":"r2"})"));
+    EXPECT_EQ(CLogCapture::Take(),
+              (std::vector<SLogLine>{
+                  {L"clientId =  r", false}, {L"<", false}, {L"clientId =  r2", false}, {L"<", false}}));
+    EXPECT_EQ(gSecondModuleLines.front(), L"Module initialized");
+    EXPECT_EQ(gSecondModuleLines.back(), L"<");
+}
+
 TEST(AbiConfig, RemotePrivateKeyAccess) {
     const struct {
         const char* value;

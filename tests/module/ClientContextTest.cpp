@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 
 #include "module/ClientContext.h"
 #include "module/SesModule.h"
@@ -45,7 +47,7 @@ TEST(ClientContexts, IdleContextsGoAtTheHourlySweep) {
     contexts.AcquireContext(L"edge");
     clock.now->store(3600001 + 10800001);
     contexts.AcquireContext(L"fresh");  // the sweep runs first, then "fresh" is refreshed
-    EXPECT_EQ(contexts.Count(), 2u);   // "old" (idle 10800001 ms) went; "edge" (10800000 ms) stayed
+    EXPECT_EQ(contexts.Count(), 2u);    // "old" (idle 10800001 ms) went; "edge" (10800000 ms) stayed
 }
 
 TEST(ClientContexts, ClockWrapsAround) {
@@ -98,16 +100,55 @@ TEST(CallContext, ProbesAndContextFreeModesAcquireNothing) {
     EXPECT_EQ(module.contexts.Count(), 0u);
 }
 
-TEST(CallContext, BadForceCertIncludeThrowsAStandardError) {
+TEST(CallContext, BadForceCertIncludeIsABadRequest) {
     CSesModule module(true);
-    for (const wchar_t* value : {L"FORCE_CERTINCLUDE=abc", L"FORCE_CERTINCLUDE=99999999999"}) {
+    for (const wchar_t* value :
+         {L"FORCE_CERTINCLUDE=abc", L"FORCE_CERTINCLUDE=99999999999", L"FORCE_CERTINCLUDE="}) {
         SCOPED_TRACE(value);
         ca::CryptPacket packet;
         packet.request.mode = 38;
         packet.request.extInitParams = value;
-        EXPECT_THROW(CCallContext(packet, &module), std::logic_error);
+        try {
+            const CCallContext call(packet, &module);
+            ADD_FAILURE() << "accepted";
+        } catch (const ca::Exception& e) {
+            EXPECT_EQ(e.code, ca::kJsonError);
+        }
         EXPECT_EQ(packet.callContext, nullptr);
     }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(ClientContexts, ManyClientsCostLinearTimeAndStayBounded) {
+    auto seconds = [](size_t clients) {
+        CClientContextArray contexts(nullptr, [] { return 1u; });
+        const auto start = std::chrono::steady_clock::now();
+        for (size_t i = 0; i < clients; ++i) {
+            contexts.AcquireContext(L"client-" + std::to_wstring(i));
+        }
+        EXPECT_EQ(contexts.Count(), std::min(clients, CClientContextArray::kMaxContexts));
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    const double small = seconds(10000);
+    const double large = seconds(100000);
+    EXPECT_LT(large, 30 * small + 0.05) << small << " s for 10k ids, " << large << " s for 100k";
+}
+
+TEST(ClientContexts, TheLeastRecentlyUsedGoesFirst) {
+    CClientContextArray contexts(nullptr, [] { return 1u; });
+    const auto first = contexts.AcquireContext(L"first");
+    const auto one = contexts.AcquireContext(L"1");
+    for (size_t i = 2; i < CClientContextArray::kMaxContexts; ++i) {
+        contexts.AcquireContext(std::to_wstring(i));
+    }
+    EXPECT_EQ(contexts.AcquireContext(L"first"), first);  // touched: "1" is now the oldest
+    contexts.AcquireContext(L"new");
+    EXPECT_EQ(contexts.AcquireContext(L"first"), first);
+    EXPECT_NE(contexts.AcquireContext(L"1"), one);
+    EXPECT_EQ(contexts.Count(), CClientContextArray::kMaxContexts);
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ public:
             throw std::bad_alloc();
         }
         if (const uint8_t* data = packet.request.GetFileData(); data != nullptr) {
-            packet.response.SetObject(std::make_unique<ca::FileData>(data, packet.request.GetFileDataSize()), true);
+            packet.response.SetObject(std::make_unique<ca::FileData>(data, packet.request.GetFileDataSize()),
+                                      true);
         }
         packet.response.errorMessage = L"DONE";
     }
@@ -45,10 +46,9 @@ SAnswer Call(ca::CryptoModule& module, const std::string& buffer) {
 class FrameTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        LogInit(&CLogCapture::CaptureLogLine, {});
+        module.binding.callback.store(&CLogCapture::CaptureLogLine);
         CLogCapture::Clear();
     }
-    void TearDown() override { LogInit(nullptr, {}); }
     CEchoModule module;
 };
 
@@ -73,7 +73,8 @@ TEST_F(FrameTest, EveryFileDataFormReachesTheOperation) {
         std::string request;
         const char* json;
     } cases[] = {
-        {"inline", WithNul(R"({"fileData":"QUJD"})"), R"({"errorCode":0,"errorMessage":"DONE","fileData":"QUJD"})"},
+        {"inline", WithNul(R"({"fileData":"QUJD"})"),
+         R"({"errorCode":0,"errorMessage":"DONE","fileData":"QUJD"})"},
         {"encoded size", WithNul(R"({"fileDataEncodedSize":4,"fileData":"QUJD"})"),
          R"({"errorCode":0,"errorMessage":"DONE","fileData":"QUJD"})"},
         {"armour is kept as sent", WithNul(R"({"fileData":"LS0tLS1CRUdJTiBDTVMtLS0tLQ=="})"),
@@ -112,7 +113,8 @@ TEST_F(FrameTest, FinalChunkUploadsTheResult) {
         return CLoopbackHttpServer::SReply{request.body == "ABC" ? 200 : 400, "stored"};
     });
     const std::string url = server.Url("/up");
-    const SAnswer answer = Call(module, WithNul(R"({"fileData":"QUJD","streamFinalChunk":true,"uploadUrl":")" + url + "\"}"));
+    const SAnswer answer =
+        Call(module, WithNul(R"({"fileData":"QUJD","streamFinalChunk":true,"uploadUrl":")" + url + "\"}"));
     EXPECT_EQ(answer.json, R"({"errorCode":0,"errorMessage":"DONE","fileData":"c3RvcmVk"})");
     ASSERT_EQ(server.Requests().size(), 1u);
     EXPECT_EQ(server.Requests()[0].Header("content-type"), "application/octet-stream");
@@ -121,8 +123,11 @@ TEST_F(FrameTest, FinalChunkUploadsTheResult) {
     Call(module, WithNul(R"({"fileData":"QUJD","uploadUrl":")" + url + "\"}"));
     EXPECT_EQ(server.Requests().size(), 1u);
 
-    const SAnswer refused = Call(module, WithNul(R"({"fileData":"QUJE","streamFinalChunk":true,"uploadUrl":")" + url + "\"}"));
-    EXPECT_EQ(refused.json.rfind(R"({"errorCode":16305,"errorMessage":"Error occured during upload operation: )", 0), 0u)
+    const SAnswer refused =
+        Call(module, WithNul(R"({"fileData":"QUJE","streamFinalChunk":true,"uploadUrl":")" + url + "\"}"));
+    EXPECT_EQ(refused.json.rfind(
+                  R"({"errorCode":16305,"errorMessage":"Error occured during upload operation: )", 0),
+              0u)
         << refused.json;
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "ca/ErrorCodes.h"
 #include "module/SesModule.h"
 
@@ -7,14 +9,15 @@ namespace {
 
 // Chunk sends one stream call straight to the module's stream array.
 uint32_t Chunk(CStreamArray& streams, uint32_t& id, const char* bytes, bool final, ca::StreamType type,
-               std::string* payload = nullptr) {
+               std::string* payload = nullptr, const wchar_t* client = L"c") {
     ca::CryptPacket packet;
+    packet.request.clientId = client;
     packet.request.streamId = id;
     packet.request.streamFinalChunk = final;
     if (bytes != nullptr) {
-        packet.request.SetObject(
-            std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(bytes), static_cast<uint32_t>(std::strlen(bytes))),
-            false);
+        packet.request.SetObject(std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(bytes),
+                                                                static_cast<uint32_t>(std::strlen(bytes))),
+                                 false);
     }
     CancellationToken token;
     try {
@@ -24,11 +27,13 @@ uint32_t Chunk(CStreamArray& streams, uint32_t& id, const char* bytes, bool fina
     }
     id = packet.response.streamId;
     if (payload != nullptr) {
-        const auto& holder = type == ca::StreamType::kHash ? static_cast<const ca::SerializableContainer&>(packet.response)
-                                                           : packet.request;
-        *payload = holder.GetFileData() == nullptr
-                       ? std::string()
-                       : std::string(reinterpret_cast<const char*>(holder.GetFileData()), holder.GetFileDataSize());
+        const auto& holder = type == ca::StreamType::kHash
+                                 ? static_cast<const ca::SerializableContainer&>(packet.response)
+                                 : packet.request;
+        *payload =
+            holder.GetFileData() == nullptr
+                ? std::string()
+                : std::string(reinterpret_cast<const char*>(holder.GetFileData()), holder.GetFileDataSize());
     }
     return 0;
 }
@@ -39,35 +44,71 @@ TEST(Streams, ChunksAreAssembledInOrder) {
     uint32_t id = 0;
     std::string payload = "untouched";
     ASSERT_EQ(Chunk(streams, id, "ab", false, ca::StreamType::kSimple, &payload), 0u);
-    EXPECT_EQ(id, 1000u);
+    const uint32_t opened = id;
     EXPECT_EQ(payload, "");  // earlier chunks leave the request without data
     ASSERT_EQ(Chunk(streams, id, "", false, ca::StreamType::kSimple), 0u);
     EXPECT_EQ(Chunk(streams, id, nullptr, false, ca::StreamType::kSimple), ca::kNoDataInArgs);
     ASSERT_EQ(Chunk(streams, id, "cde", false, ca::StreamType::kSimple), 0u);
+    EXPECT_EQ(streams.HeldBytes(), 5u);
     ASSERT_EQ(Chunk(streams, id, "", true, ca::StreamType::kSimple, &payload), 0u);
     EXPECT_EQ(payload, "abcde");  // the failed call kept the earlier chunks
-    EXPECT_EQ(id, 1000u);
+    EXPECT_EQ(id, opened);
     EXPECT_EQ(streams.Count(), 0u);  // the final chunk closed the stream
+    EXPECT_EQ(streams.HeldBytes(), 0u);
 }
 
-TEST(Streams, NewIdsAndSingleFinalChunk) {
-    uint32_t now = 7;
-    CStreamArray streams(nullptr, [&now] { return now; });
-    uint32_t first = 0, second = 0, unknown = 12345;
-    ASSERT_EQ(Chunk(streams, first, "x", false, ca::StreamType::kSimple), 0u);
-    ASSERT_EQ(Chunk(streams, second, "y", false, ca::StreamType::kSimple), 0u);
-    EXPECT_EQ(first, 7u);
-    EXPECT_EQ(second, 8u);  // same millisecond as the last stream: one more
-    ASSERT_EQ(Chunk(streams, unknown, "z", false, ca::StreamType::kSimple), 0u);
-    EXPECT_EQ(unknown, 9u);  // an unknown id gets a new stream, never the id of an open one
+TEST(Streams, IdsAreRandomAndUnknownIdsOpenNewStreams) {
+    CStreamArray streams(nullptr);
+    std::set<uint32_t> ids;
+    for (int i = 0; i < 8; ++i) {
+        uint32_t id = i == 0 ? 12345 : 0;
+        ASSERT_EQ(Chunk(streams, id, "x", false, ca::StreamType::kSimple), 0u);
+        EXPECT_NE(id, 0u);
+        EXPECT_LT(id, 0x80000000u);
+        ids.insert(id);
+    }
+    EXPECT_EQ(ids.size(), 8u);
+    EXPECT_EQ(ids.count(12345), 0u);
     std::string payload;
     uint32_t single = 0;
-    now = 50;
-    ASSERT_EQ(Chunk(streams, single, "only", true, ca::StreamType::kSimple, &payload), 0u);
-    EXPECT_EQ(payload, "only");
-    EXPECT_EQ(streams.Count(), 3u);
     uint32_t none = 0;
-    EXPECT_EQ(Chunk(streams, none, "q", false, ca::StreamType::kEncode), ca::kExecutionError);
+    EXPECT_EQ(Chunk(streams, none, "q", false, ca::StreamType::kEncode, nullptr, L"d"), ca::kExecutionError);
+    ASSERT_EQ(Chunk(streams, single, "only", true, ca::StreamType::kSimple, &payload, L"d"), 0u);
+    EXPECT_EQ(payload, "only");
+    EXPECT_EQ(streams.Count(), 8u);
+}
+
+TEST(Streams, OnlyTheOpeningClientReachesAStream) {
+    CStreamArray streams(nullptr);
+    uint32_t id = 0;
+    ASSERT_EQ(Chunk(streams, id, "mine", false, ca::StreamType::kSimple), 0u);
+    for (const ca::StreamType type : {ca::StreamType::kSimple, ca::StreamType::kHash}) {
+        for (const bool final : {false, true}) {
+            uint32_t guessed = id;
+            EXPECT_EQ(Chunk(streams, guessed, "evil", final, type, nullptr, L"other"),
+                      ca::kIncorrectParameters);
+        }
+    }
+    std::string payload;
+    ASSERT_EQ(Chunk(streams, id, "!", true, ca::StreamType::kSimple, &payload), 0u);
+    EXPECT_EQ(payload, "mine!");
+}
+
+TEST(Streams, OpenStreamsAndHeldBytesAreBounded) {
+    CStreamArray streams(nullptr, ca::RealTimeMs, 8);
+    for (size_t i = 0; i < CStreamArray::kMaxStreamsPerClient; ++i) {
+        uint32_t id = 0;
+        ASSERT_EQ(Chunk(streams, id, "", false, ca::StreamType::kHash), 0u);
+    }
+    uint32_t id = 0;
+    EXPECT_EQ(Chunk(streams, id, "", false, ca::StreamType::kSimple), ca::kIncorrectParameters);
+    ASSERT_EQ(Chunk(streams, id, "12345", false, ca::StreamType::kSimple, nullptr, L"d"), 0u);
+    EXPECT_EQ(Chunk(streams, id, "6789", false, ca::StreamType::kSimple, nullptr, L"d"), ca::kBadData);
+    EXPECT_EQ(streams.HeldBytes(), 5u);  // the refused chunk took nothing
+    // A final chunk that fails still ends its stream and gives its bytes back.
+    EXPECT_EQ(Chunk(streams, id, "6789", true, ca::StreamType::kSimple, nullptr, L"d"), ca::kBadData);
+    EXPECT_EQ(streams.HeldBytes(), 0u);
+    EXPECT_EQ(streams.Count(), CStreamArray::kMaxStreamsPerClient);
 }
 
 TEST(Streams, HashStreamAnswersTheCrcOfTheWhole) {
