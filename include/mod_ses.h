@@ -41,13 +41,17 @@ typedef struct CMPacket {
 /* The host's log sink: text is one line without time stamp or line end. */
 typedef bool (*CMLogCallback)(const wchar_t* text, bool isError);
 
-/* CM_Init creates a module. serviceMode suppresses desktop message boxes. Returns null on failure. */
+/* CM_Init creates a module. serviceMode suppresses desktop message boxes. Returns null on failure.
+ * Each module keeps its own log callback and message language: several modules may live in one
+ * process without redirecting each other's lines. */
 CM_EXPORT void* CM_Init(bool serviceMode, CMLogCallback logCallback);
 
-/* CM_ProcessClientRequest answers one request; null arguments are ignored. */
+/* CM_ProcessClientRequest answers one request; null arguments are ignored. Calls may run
+ * concurrently on any threads, also with the same "clientId". */
 CM_EXPORT void CM_ProcessClientRequest(void* module, CMPacket* packet);
 
-/* CM_Free destroys a module created by CM_Init; null is ignored. */
+/* CM_Free destroys a module created by CM_Init; null is ignored. It waits for the calls of this
+ * module still in flight; the host must not start new ones once CM_Free was called. */
 CM_EXPORT void CM_Free(void* module);
 
 #ifdef __cplusplus

@@ -22,7 +22,7 @@ public:
 
     // kMaxFieldLength bounds each field of a record a client sends (characters): a record is held
     // in several forms (descriptions, base64 document) for as long as the module lives.
-    static constexpr size_t kMaxFieldLength = 4096;
+    static constexpr size_t kMaxFieldLength = 1024;
     // FitsBounds tells whether every field is at most kMaxFieldLength characters long.
     bool FitsBounds() const;
 

@@ -110,9 +110,9 @@ TEST(AbiStores, WhatAClientMaySendIsBounded) {
     } cases[] = {
         {R"({"mode":37,"clientId":")" + std::string(256, 'c') + "\"}", R"({"errorCode":0,)"},
         {R"({"mode":37,"clientId":")" + std::string(257, 'c') + "\"}", R"({"errorCode":16300,)"},
-        {SetCert2("f", R"({"ID":"long","Surname":")" + std::string(4097, 'x') + "\"}"),
+        {SetCert2("f", R"({"ID":"long","Surname":")" + std::string(1025, 'x') + "\"}"),
          R"({"errorCode":16306,)"},
-        {SetCert2("f", R"({"ID":"edge","Surname":")" + std::string(4096, 'x') + "\"}"), R"({"errorCode":0,)"},
+        {SetCert2("f", R"({"ID":"edge","Surname":")" + std::string(1024, 'x') + "\"}"), R"({"errorCode":0,)"},
         {TempStores(64), ok},
         {TempStores(65), R"({"errorCode":16252,)"},
         {TempStores(3, 1000), ok},  // duplicates are dropped before the bound is counted
