@@ -285,6 +285,9 @@ TEST_F(SestoolTest, ResponseDataGoesToOutFile) {
     }
     EXPECT_NE(run.out.find(R"("fileDataSize":19)"), std::string::npos) << Describe(run);
     EXPECT_EQ(ReadFile(out), "7800480153909949255");
+    const SRun piped = Run({"request", "--data", data, "--out", "-", request});
+    EXPECT_EQ(piped.out, "7800480153909949255") << Describe(piped);
+    EXPECT_NE(piped.err.find(R"("fileDataSize":19)"), std::string::npos) << Describe(piped);
 
     const SRun unsaved = Run({"request", "--data", data, request});
     EXPECT_EQ(unsaved.exitCode, 0) << Describe(unsaved);
@@ -594,6 +597,18 @@ TEST_F(SestoolTest, SignWritesTheContainerLayout) {
             std::regex_replace(written, std::regex("<(SignId|SignTimeUTC)>[^<]*</"), "<$1>*</");
         EXPECT_EQ(masked, head + c.eds + tail);
     }
+}
+
+// "-o -" puts the container on standard output and the summary on standard error.
+TEST_F(SestoolTest, SignToStandardOutput) {
+    NewCert();
+    const std::string data = File("data.txt", "123456789").string();
+    ASSERT_EQ(Run({"sign", "--cert", "ivanov", data}).exitCode, 0);
+    const SRun run = Run({"sign", "--cert", "ivanov", "-o", "-", "-"}, "123456789");
+    EXPECT_EQ(run.exitCode, 0) << Describe(run);
+    EXPECT_EQ(Masked(run.out), Masked(ReadFile(data + ".sig.xml")));
+    EXPECT_NE(run.err.find("Signature written to standard output\n"), std::string::npos) << Describe(run);
+    EXPECT_FALSE(fs::exists("-"));
 }
 
 // A chunked signature signs the same bytes as one call: only SignId and SignTimeUTC differ, whether

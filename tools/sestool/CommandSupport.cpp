@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "ca/Encode.h"
+#include "config/FileUtil.h"
 #include "config/SpecialFolder.h"
 #include "tools/sestool/Progress.h"
 
@@ -31,21 +32,6 @@ std::string TooLarge(const std::string& name, uint64_t size) {
     return name + " is " + std::to_string(size) +
            " bytes: files of 4 GiB or more cannot be sent, a request's length is a 32-bit number";
 }
-
-// CFd closes a descriptor it opened; standard input stays open.
-class CFd {
-public:
-    explicit CFd(int inFd) : fd(inFd) {}
-    ~CFd() {
-        if (fd > STDIN_FILENO) {
-            close(fd);
-        }
-    }
-    CFd(const CFd&) = delete;
-    CFd& operator=(const CFd&) = delete;
-
-    int fd;
-};
 
 // The stream mode that carries each one-shot mode's data in chunks, and how much of it the module
 // can take: Sign and GetSignInfo run on the assembled payload, the hash on a running CRC.
@@ -243,35 +229,13 @@ bool ReadInputFile(const std::string& path, std::vector<uint8_t>& out, std::stri
     return true;
 }
 
-bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, bool replace, unsigned mode,
+bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, unsigned mode, bool replace,
                      std::string& error, bool* alreadyExists) {
-    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (replace ? O_TRUNC : O_EXCL);
-    const CFd file(open(path.c_str(), flags, static_cast<mode_t>(mode)));
-    if (file.fd < 0) {
-        if (alreadyExists != nullptr) {
-            *alreadyExists = errno == EEXIST;
-        }
-        error = SystemError("cannot create", path);
-        return false;
+    if (path != "-") {
+        return ca::WriteFileAtomic(path, bytes, size, mode, replace, error, alreadyExists);
     }
-    const auto* next = static_cast<const uint8_t*>(bytes);
-    size_t left = size;
-    while (left > 0) {
-        const ssize_t n = write(file.fd, next, left);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            error = SystemError("cannot write", path);
-            unlink(path.c_str());
-            return false;
-        }
-        next += n;
-        left -= static_cast<size_t>(n);
-    }
-    if (fsync(file.fd) != 0 && errno != EINVAL) {
-        error = SystemError("cannot write", path);
-        unlink(path.c_str());
+    if (std::fwrite(bytes, 1, size, stdout) != size || std::fflush(stdout) != 0) {
+        error = std::string("cannot write standard output: ") + std::strerror(errno);
         return false;
     }
     return true;
