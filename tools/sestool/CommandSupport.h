@@ -109,6 +109,13 @@ bool ReadInputFile(const std::string& path, std::vector<uint8_t>& out, std::stri
 bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, unsigned mode, bool replace,
                      std::string& error, bool* alreadyExists = nullptr);
 
+// Printable makes a text from a container, a certificate or a folder listing safe to print: its
+// control characters could otherwise move the cursor, recolour the terminal or forge whole lines.
+// Escapes follow Rust's escape_debug: "\n", "\r", "\t" and "\\"; "\u{1b}" for the other C0
+// controls, DEL, the C1 controls and Unicode's line, paragraph and bidirectional controls; "\xff"
+// for each byte that is no part of well-formed UTF-8. All else passes unchanged.
+std::string Printable(const std::string& utf8);
+
 // MakeFolders creates path and its missing parents, each new one with mode (less the umask).
 bool MakeFolders(const std::string& path, unsigned mode, std::string& error);
 
