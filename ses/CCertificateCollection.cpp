@@ -7,8 +7,9 @@
 
 #include <iterator>
 
-#include "ca/Encode.h"
-#include "module/Log.h"
+#include "base/Encode.h"
+#include "base/Log.h"
+#include "base/SpecialFolder.h"
 #include "ses/SesContainer.h"
 #include "ses/Utils.h"
 
@@ -154,6 +155,8 @@ bool ReadRegularFile(const std::string& path, std::string& content) {
 }
 
 }  // namespace
+
+std::string CertificateFolder() { return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/"; }
 
 void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection) {
     DIR* dir = opendir(folder.c_str());

@@ -42,6 +42,10 @@ private:
     size_t added = 0;  // records added fromClient, guarded by lock
 };
 
+// CertificateFolder is the local certificate folder, with a trailing "/": the module loads it and
+// sestool writes new certificates there.
+std::string CertificateFolder();
+
 // LoadCertificateFolder adds every readable certificate file of folder (names containing ".ses",
 // regular files only, in directory order) to collection; everything else is skipped silently.
 void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection);

@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "ca/Encode.h"
-#include "config/SpecialFolder.h"
+#include "base/Encode.h"
+#include "base/SpecialFolder.h"
 #include "tools/sestool/Progress.h"
 
 namespace sestool {

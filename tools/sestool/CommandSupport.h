@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ca/Json.h"
+#include "base/Json.h"
 #include "tools/sestool/ModuleHost.h"
 #include "tools/sestool/Options.h"
 

@@ -2,9 +2,9 @@
 #include <string>
 #include <vector>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "config/ConfigFileParser.h"
-#include "config/FileUtil.h"
+#include "base/FileUtil.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 

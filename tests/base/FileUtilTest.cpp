@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "config/FileUtil.h"
+#include "base/FileUtil.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
