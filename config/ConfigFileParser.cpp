@@ -320,7 +320,7 @@ bool ConfigFileParser::ParseConfigFile(std::wstring& errorText) {
     return true;
 }
 
-bool ConfigFileParser::WriteConfigFile(std::wstring& errorText) const {
+bool ConfigFileParser::WriteConfigFile(std::wstring& errorText, bool replace) const {
     errorText.clear();
     std::wstring body = std::wstring(L"[") + kServiceSettings + L"]\n";
     for (const SConfigKey& key : kConfigKeys) {
@@ -352,8 +352,10 @@ bool ConfigFileParser::WriteConfigFile(std::wstring& errorText) const {
     const std::wstring hash = SHA1::GetHash(widened);
     const std::string text = kHashHeader + std::string(hash.begin(), hash.end()) + "\n" + bytes;
     const std::string dir = u16u8(GetConfigDir());
-    if (!TryCreateDir(dir) || !StringToFile(u16u8(GetConfigPath()), text, 0600)) {
-        errorText = SetVALKOMessage(msg::kConfigOpenFailed);
+    std::string problem = "cannot create the folder '" + dir + "'";
+    if (!TryCreateDir(dir) ||
+        !WriteFileAtomic(u16u8(GetConfigPath()), text.data(), text.size(), 0600, replace, problem)) {
+        errorText = std::wstring(SetVALKOMessage(msg::kConfigOpenFailed)) + L": " + u8u16(problem);
         return false;
     }
     return true;

@@ -56,10 +56,12 @@ public:
     // file readable by its owner only: it holds passwords). The first line is a comment carrying
     // the SHA-1 of the rest of the file's bytes ("# SHA-1 of the lines below: <40 hex>", no "=" so
     // that readers skip it); then "[Service settings]" with every key in table order, and the three
-    // list sections with their entries as keys "1", "2", ... in list order. False when a value
-    // holds a line break (it could not be read back; errorText names the key or list) or when the
-    // file cannot be written (errorText is message 151).
-    bool WriteConfigFile(std::wstring& errorText) const;
+    // list sections with their entries as keys "1", "2", ... in list order. The file is replaced
+    // atomically (WriteFileAtomic): a reader sees the old file or the new one, never a part. With
+    // replace false an existing file is kept. False when a value holds a line break (it could not be
+    // read back; errorText names the key or list) or when the file cannot be written (errorText is
+    // message 151, ": " and the reason).
+    bool WriteConfigFile(std::wstring& errorText, bool replace = true) const;
 
     int logMode;
     std::wstring logFile;

@@ -5,7 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <iterator>
+#include <string>
 
 #include "base/Encode.h"
 #include "base/Log.h"
@@ -130,19 +132,26 @@ std::vector<std::wstring> CCertificateCollection::Ids() const {
 namespace {
 
 // ReadRegularFile reads a regular file of bounded size; FIFOs, sockets, folders and broken links
-// are refused without blocking.
-bool ReadRegularFile(const std::string& path, std::string& content) {
+// are refused without blocking. Returns null, or why the file was not read.
+const char* ReadRegularFile(const std::string& path, std::string& content) {
     const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) {
-        return false;
+        return "cannot be opened";
     }
     struct stat info {};
-    bool ok = fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= kMaxCertificateFile;
-    if (ok) {
+    const char* problem = nullptr;
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        problem = "not a regular file";
+    } else if (info.st_size > kMaxCertificateFile) {
+        problem = "larger than 1 MiB";
+    } else {
         content.resize(static_cast<size_t>(info.st_size));
         size_t done = 0;
         while (done < content.size()) {
             const ssize_t n = read(fd, content.data() + done, content.size() - done);
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
             if (n <= 0) {
                 break;
             }
@@ -151,37 +160,57 @@ bool ReadRegularFile(const std::string& path, std::string& content) {
         content.resize(done);
     }
     close(fd);
-    return ok;
+    return problem;
 }
 
 }  // namespace
 
 std::string CertificateFolder() { return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/"; }
 
-void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection) {
+void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection,
+                           const CertificateSkipReport& report) {
+    const auto skip = [&report](const std::string& name, const std::string& reason) {
+        if (report) {
+            report(name, reason);
+        }
+    };
     DIR* dir = opendir(folder.c_str());
     if (dir == nullptr) {
         return;
     }
     std::vector<std::string> names;
     while (const dirent* entry = readdir(dir)) {
-        if (std::string(entry->d_name).find(".ses") != std::string::npos) {
-            names.emplace_back(entry->d_name);
+        const std::string name = entry->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        if (name.find(".ses") == std::string::npos) {
+            skip(name, "the name does not contain \".ses\"");
+        } else if (names.size() == kMaxCertificateFiles) {
+            skip(name,
+                 "more than " + std::to_string(kMaxCertificateFiles) + " certificate files in the folder");
+        } else {
+            names.push_back(name);
         }
     }
     closedir(dir);
     for (const std::string& name : names) {
         std::string content;
-        if (!ReadRegularFile(folder + name, content)) {
+        if (const char* problem = ReadRegularFile(folder + name, content); problem != nullptr) {
+            skip(name, problem);
             continue;
         }
         try {
             const auto container = CSesContainer::Parse(content.data(), content.size());
-            if (container->certificate != nullptr) {
-                collection.Add(std::make_unique<SesCertInfo2>(*container->certificate));
+            if (container->certificate == nullptr) {
+                skip(name, "not a certificate record (no \"Certificate\" element)");
+            } else if (!collection.Add(std::make_unique<SesCertInfo2>(*container->certificate))) {
+                skip(name, "the identifier '" + ca::u16u8(container->certificate->ID) +
+                               "' was loaded from another file first");
             }
         } catch (const ca::Exception&) {
             // Deliberate: an unreadable file is skipped; signing with it answers 16104.
+            skip(name, "not a certificate record (no well-formed \"SES\" document)");
         }
     }
 }

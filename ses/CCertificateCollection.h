@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -46,6 +48,15 @@ private:
 // sestool writes new certificates there.
 std::string CertificateFolder();
 
+// kMaxCertificateFiles bounds how many names LoadCertificateFolder collects from one folder.
+constexpr size_t kMaxCertificateFiles = 10000;
+
+// CertificateSkipReport hears of each directory entry that LoadCertificateFolder did not load: its
+// name and a short reason in English.
+using CertificateSkipReport = std::function<void(const std::string& name, const std::string& reason)>;
+
 // LoadCertificateFolder adds every readable certificate file of folder (names containing ".ses",
-// regular files only, in directory order) to collection; everything else is skipped silently.
-void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection);
+// regular files only, in directory order) to collection. Everything else is skipped, silently
+// unless report is given; the module gives none.
+void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection,
+                           const CertificateSkipReport& report = nullptr);

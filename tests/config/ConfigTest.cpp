@@ -265,7 +265,8 @@ TEST(ConfigWrite, UnwritableFolderGivesMessage151) {
     ASSERT_TRUE(ca::StringToFile(home.Path() + "/.config", "a file where the folder should be"));
     std::wstring error;
     EXPECT_FALSE(ca::ConfigFileParser().WriteConfigFile(error));
-    EXPECT_EQ(error, L"Failed to open(create) configuration file");
+    EXPECT_EQ(error.rfind(L"Failed to open(create) configuration file: cannot create the folder '", 0), 0u)
+        << ca::u16u8(error);
 }
 
 std::string ToJsonText(const ca::ISerializable& record) {

@@ -1,10 +1,10 @@
 // Runs "sestool config" as a child process with HOME in a fresh folder.
 #include <gtest/gtest.h>
-
-#include <sstream>
-#include <sys/wait.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 
 #include "config/ConfigFileParser.h"
@@ -106,6 +106,35 @@ TEST(SestoolConfig, InitWritesDefaultsAndRefusesToOverwrite) {
     EXPECT_EQ(RunConfig(home, "init --force").exitCode, 0);
     ASSERT_TRUE(ca::FileToString(ConfigPath(home), kept));
     EXPECT_EQ(kept, written);
+}
+
+// init never opens what is not a regular file (a FIFO would block it) and never writes through a
+// link that leads nowhere.
+TEST(SestoolConfig, InitRefusesSpecialTargets) {
+    struct SCase {
+        const char* label;
+        const char* args;
+        int (*make)(const char* path);
+        const char* says;
+    };
+    const SCase cases[] = {
+        {"FIFO", "init --force", [](const char* path) { return mkfifo(path, 0600); }, "is a FIFO"},
+        {"dangling link", "init --force", [](const char* path) { return symlink("../missing.ini", path); },
+         "leads to no file"},
+        {"dangling link without --force", "init",
+         [](const char* path) { return symlink("../missing.ini", path); }, "exists; add --force"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        CTempHome home;
+        ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruCryptoSvc"));
+        ASSERT_EQ(c.make(ConfigPath(home).c_str()), 0);
+        const SToolRun run = RunConfig(home, c.args);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
+        EXPECT_FALSE(ca::IsRegularFile(ConfigPath(home)));
+        EXPECT_FALSE(ca::IsRegularFile(home.Path() + "/.config/missing.ini"));
+    }
 }
 
 TEST(SestoolConfig, UsageErrors) {

@@ -141,7 +141,7 @@ TEST_F(SestoolTest, HelpExplainsCommandsAndExitsZero) {
         {{"help", "cert"}, "without braces"},
         {{"certs", "--help"}, "--json"},
         {{"sign", "--help"}, "FILE.sig.xml"},
-        {{"verify", "-h"}, "INVALID: the data does not match the signature"},
+        {{"verify", "-h"}, "INVALID: the data does not match the signature's CRC-64\n"},
         {{"hash", "--help"}, "CRC-64"},
         {{"sign", "--help"}, "--chunk-size N"},
         {{"stores", "--help"}, "GetCurStore"},
@@ -285,6 +285,9 @@ TEST_F(SestoolTest, ResponseDataGoesToOutFile) {
     }
     EXPECT_NE(run.out.find(R"("fileDataSize":19)"), std::string::npos) << Describe(run);
     EXPECT_EQ(ReadFile(out), "7800480153909949255");
+    const SRun piped = Run({"request", "--data", data, "--out", "-", request});
+    EXPECT_EQ(piped.out, "7800480153909949255") << Describe(piped);
+    EXPECT_NE(piped.err.find(R"("fileDataSize":19)"), std::string::npos) << Describe(piped);
 
     const SRun unsaved = Run({"request", "--data", data, request});
     EXPECT_EQ(unsaved.exitCode, 0) << Describe(unsaved);
@@ -347,6 +350,32 @@ TEST_F(SestoolTest, CertsWithoutCertificatesSaysSo) {
     EXPECT_EQ(table.exitCode, 0) << Describe(table);
     EXPECT_NE(table.out.find("No certificates in"), std::string::npos) << Describe(table);
     EXPECT_EQ(Run({"certs", "--json"}).out, "[]\n");
+}
+
+// certs names on stderr each file of the folder that the module left out, and prints the records'
+// own texts escaped.
+TEST_F(SestoolTest, CertsNamesSkippedFilesAndEscapesTexts) {
+    ASSERT_EQ(Run({"cert", "new", "--id", "esc", "--surname", "Iv\x1b[31m", "--given-name", "A"}).exitCode,
+              0);
+    fs::copy_file(CertFolder() / "esc.ses", CertFolder() / "copy.ses");
+    WriteFile(CertFolder() / "notes.txt", "x");
+    WriteFile(CertFolder() / "bad\n\xff.ses", "<SES>");
+    WriteFile(CertFolder() / "empty.ses", "<SES Version=\"1.0\"/>");
+    fs::create_directory(CertFolder() / "folder.ses");
+    const SRun run = Run({"certs"});
+    EXPECT_EQ(run.exitCode, 0) << Describe(run);
+    EXPECT_EQ(run.out, "ID   NAME            ORGANIZATION  E-MAIL\nesc  Iv\\u{1b}[31m A\n");
+    const char* const skipped[] = {
+        "'notes.txt': the name does not contain \".ses\"\n",
+        "'bad\\n\\xff.ses': not a certificate record (no well-formed \"SES\" document)\n",
+        "'empty.ses': not a certificate record (no \"Certificate\" element)\n",
+        "'folder.ses': not a regular file\n",
+        ".ses': the identifier 'esc' was loaded from another file first\n",
+    };
+    for (const char* line : skipped) {
+        EXPECT_NE(run.err.find(line), std::string::npos) << line << "\n" << Describe(run);
+    }
+    EXPECT_EQ(Count(run.err, "sestool certs: skipped '"), std::size(skipped)) << Describe(run);
 }
 
 TEST_F(SestoolTest, CertNewReplacesAFileOnlyWithForce) {
@@ -440,11 +469,13 @@ TEST_F(SestoolTest, EverydayCommandsRefuseBadUsageWithTwo) {
 }
 
 // verify: 0 when the data is what was signed, 1 when one byte differs; the text says it plainly
-// and --json gives the module's "signInfo" with the same exit code.
+// and --json gives the module's "signInfo" with the same exit code. The comment is the signer's
+// text: its line break and terminal escape are printed escaped, so it cannot forge a verdict line.
 TEST_F(SestoolTest, VerifyTellsWhetherTheDataMatches) {
     NewCert();
     const std::string data = File("report.txt", "quarterly report\n").string();
-    const SRun signedRun = Run({"sign", "--cert", "ivanov", "--comment", "approved", "--uri", "urn:x", data});
+    const SRun signedRun = Run({"sign", "--cert", "ivanov", "--comment",
+                                "approved\nVALID: forged\x1b[1A\t\\\u0085\u202e", "--uri", "urn:x", data});
     ASSERT_EQ(signedRun.exitCode, 0) << Describe(signedRun);
     EXPECT_NE(signedRun.out.find("Signature written to " + data + ".sig.xml\n"), std::string::npos);
     const std::string signature = data + ".sig.xml";
@@ -456,10 +487,10 @@ TEST_F(SestoolTest, VerifyTellsWhetherTheDataMatches) {
         const char* jsonResult;
     };
     const SCase cases[] = {
-        {"unchanged", "quarterly report\n", 0, "VALID: the data is unchanged since it was signed\n",
+        {"unchanged", "quarterly report\n", 0, "VALID: the data matches the signature's CRC-64\n",
          R"("SignatureVerifyResult":0,)"},
-        {"one byte changed", "quarterly rePort\n", 1, "INVALID: the data does not match the signature\n",
-         R"("SignatureVerifyResult":16109,)"},
+        {"one byte changed", "quarterly rePort\n", 1,
+         "INVALID: the data does not match the signature's CRC-64\n", R"("SignatureVerifyResult":16109,)"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
@@ -469,9 +500,14 @@ TEST_F(SestoolTest, VerifyTellsWhetherTheDataMatches) {
         const std::regex text(
             "Signed by: Ivanov Ivan, Jr \\(certificate ivanov\\)\n"
             "Signed at: [0-3][0-9]\\.[01][0-9]\\.[0-9]{4} [0-2][0-9]:[0-5][0-9]:[0-6][0-9] UTC\n"
-            "Comment:   approved\n"
-            "URI:       urn:x\n");
+            "Comment:   ");
         EXPECT_TRUE(std::regex_search(run.out, text)) << Describe(run);
+        EXPECT_NE(
+            run.out.find(
+                "Comment:   approved\\nVALID: forged\\u{1b}[1A\\t\\\\\\u{85}\\u{202e}\nURI:       urn:x\n"),
+            std::string::npos)
+            << Describe(run);
+        EXPECT_EQ(Count(run.out, "\nVALID"), c.exitCode == 0 ? 1u : 0u) << Describe(run);
         ASSERT_GE(run.out.size(), 2u);
         const size_t lastLine = run.out.rfind('\n', run.out.size() - 2) + 1;
         EXPECT_EQ(run.out.substr(lastLine), c.verdict) << Describe(run);
@@ -596,6 +632,18 @@ TEST_F(SestoolTest, SignWritesTheContainerLayout) {
     }
 }
 
+// "-o -" puts the container on standard output and the summary on standard error.
+TEST_F(SestoolTest, SignToStandardOutput) {
+    NewCert();
+    const std::string data = File("data.txt", "123456789").string();
+    ASSERT_EQ(Run({"sign", "--cert", "ivanov", data}).exitCode, 0);
+    const SRun run = Run({"sign", "--cert", "ivanov", "-o", "-", "-"}, "123456789");
+    EXPECT_EQ(run.exitCode, 0) << Describe(run);
+    EXPECT_EQ(Masked(run.out), Masked(ReadFile(data + ".sig.xml")));
+    EXPECT_NE(run.err.find("Signature written to standard output\n"), std::string::npos) << Describe(run);
+    EXPECT_FALSE(fs::exists("-"));
+}
+
 // A chunked signature signs the same bytes as one call: only SignId and SignTimeUTC differ, whether
 // the chunks divide the data evenly, leave a short last chunk or come from a pipe. "-v" shows one
 // "> StreamSign" line per chunk, so the count proves the data really went in those chunks.
@@ -658,8 +706,8 @@ TEST_F(SestoolTest, StreamedVerifyGivesTheOneShotVerdict) {
         size_t chunks;
     };
     const SCase cases[] = {
-        {"unchanged", "quarterly report\n", false, 0, "VALID: the data is unchanged", 4},
-        {"unchanged from a pipe", "quarterly report\n", true, 0, "VALID: the data is unchanged", 4},
+        {"unchanged", "quarterly report\n", false, 0, "VALID: the data matches", 4},
+        {"unchanged from a pipe", "quarterly report\n", true, 0, "VALID: the data matches", 4},
         {"one byte changed", "quarterly rePort\n", false, 1, "INVALID: the data does not match", 4},
         {"last byte missing", "quarterly report", false, 1, "INVALID: the data does not match", 4},
         {"a chunk appended", "quarterly report\nmore!", false, 1, "INVALID: the data does not match", 5},

@@ -5,6 +5,7 @@
 
 #include "base/Encode.h"
 #include "base/Exception.h"
+#include "base/FileUtil.h"
 #include "ses/SesContainer.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
@@ -34,7 +35,8 @@ const char kCertHelp[] =
     "  --country C          country\n"
     "  --locality L         town\n"
     "  --address A          postal address\n"
-    "  --force              replace an existing ID.ses (without it sestool refuses)\n"
+    "  --force              replace an existing ID.ses (without it sestool refuses); the new file\n"
+    "                       takes the old one's place in one step, once it is complete\n"
     "  -h, --help           show this help\n"
     "\n"
     "Prints the identifier and the file's path. Exit status: 0 written; 2 usage error, the file\n"
@@ -127,7 +129,7 @@ int RunCert(const std::vector<std::string>& args) {
     std::string error;
     bool exists = false;
     if (!MakeFolders(folder, 0700, error) ||
-        !WriteOutputFile(path, text.data(), text.size(), parsed.Has("--force"), 0600, error, &exists)) {
+        !ca::WriteFileAtomic(path, text.data(), text.size(), 0600, parsed.Has("--force"), error, &exists)) {
         PrintError(kCommand, exists ? "'" + path + "' already exists; use --force to replace it" : error);
         return kExitUsage;
     }

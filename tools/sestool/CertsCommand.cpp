@@ -7,6 +7,7 @@
 
 #include "base/Encode.h"
 #include "base/Exception.h"
+#include "ses/CCertificateCollection.h"
 #include "ses/SesContainer.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
@@ -19,7 +20,11 @@ const char kCertsHelp[] =
     "Lists the certificates the module loaded from $HOME/.config/VALKO/SesCertificates/: asks for\n"
     "the identifiers (EnumCerts, mode 38), then for each certificate's record (GetCertInfo2,\n"
     "mode 34), and prints a table of identifier, name (surname and given name), organisation and\n"
-    "e-mail.\n"
+    "e-mail. Control characters in these texts are printed escaped (\\n, \\u{1b}).\n"
+    "\n"
+    "Each file of the folder that the module leaves out is named on standard error with the\n"
+    "reason, such as \"sestool certs: skipped 'x.ses': not a certificate record (no well-formed\n"
+    "\"SES\" document)\".\n"
     "\n"
     "Options:\n"
     "  --json          print a JSON array of the records instead, one object per certificate with\n"
@@ -62,56 +67,73 @@ int FetchRecord(CModuleSession& session, const std::string& id, std::unique_ptr<
         record.reset();
     }
     if (record == nullptr) {
-        PrintError(kCommand,
-                   "the module's \"RawData\" of certificate '" + id + "' holds no certificate record");
+        PrintError(kCommand, "the module's \"RawData\" of certificate '" + Printable(id) +
+                                 "' holds no certificate record");
         return kExitUsage;
     }
     return kExitOk;
 }
 
+// Characters counts the code points of well-formed UTF-8, which Printable always gives.
+size_t Characters(const std::string& utf8) {
+    return static_cast<size_t>(std::count_if(
+        utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
 void PrintTable(const std::vector<std::unique_ptr<CSesCert>>& records) {
     struct SColumn {
-        const wchar_t* title;
+        const char* title;
         std::wstring (*cell)(const CSesCert&);
     };
     const SColumn columns[] = {
-        {L"ID", [](const CSesCert& c) { return c.ID; }},
-        {L"NAME",
+        {"ID", [](const CSesCert& c) { return c.ID; }},
+        {"NAME",
          [](const CSesCert& c) {
              return c.Surname.empty() || c.GivenName.empty() ? c.Surname + c.GivenName
                                                              : c.Surname + L" " + c.GivenName;
          }},
-        {L"ORGANIZATION", [](const CSesCert& c) { return c.Organization; }},
-        {L"E-MAIL", [](const CSesCert& c) { return c.Email; }},
+        {"ORGANIZATION", [](const CSesCert& c) { return c.Organization; }},
+        {"E-MAIL", [](const CSesCert& c) { return c.Email; }},
     };
+    // The fields are the certificate files' own texts: escaped, so none can break the table.
     // Widths count characters, not bytes, so Cyrillic names line up too.
-    std::vector<std::vector<std::wstring>> rows(1);
+    std::vector<std::vector<std::string>> rows(1);
     for (const auto& column : columns) {
         rows[0].push_back(column.title);
     }
     for (const auto& record : records) {
         rows.emplace_back();
         for (const auto& column : columns) {
-            rows.back().push_back(column.cell(*record));
+            rows.back().push_back(Printable(ca::u16u8(column.cell(*record))));
         }
     }
     std::vector<size_t> widths(std::size(columns), 0);
     for (const auto& row : rows) {
         for (size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], Characters(row[i]));
         }
     }
     for (const auto& row : rows) {
-        std::wstring line;
+        std::string line;
         for (size_t i = 0; i < row.size(); ++i) {
             line += row[i];
             if (i + 1 < row.size()) {
-                line.append(widths[i] - row[i].size() + 2, L' ');
+                line.append(widths[i] - Characters(row[i]) + 2, ' ');
             }
         }
-        line.erase(line.find_last_not_of(L' ') + 1);
-        std::printf("%s\n", ca::u16u8(line).c_str());
+        line.erase(line.find_last_not_of(' ') + 1);
+        std::printf("%s\n", line.c_str());
     }
+}
+
+// ReportSkippedFiles names on standard error each file of the certificate folder that the module's
+// own loader leaves out, and why: the module itself is silent about them.
+void ReportSkippedFiles() {
+    CCertificateCollection scratch;
+    LoadCertificateFolder(CertificateFolder(), scratch,
+                          [](const std::string& name, const std::string& reason) {
+                              PrintError(kCommand, "skipped '" + Printable(name) + "': " + Printable(reason));
+                          });
 }
 
 void PrintJson(const std::vector<std::unique_ptr<CSesCert>>& records) {
@@ -155,6 +177,7 @@ int RunCerts(const std::vector<std::string>& args) {
             }
         }
     }
+    ReportSkippedFiles();
     std::vector<std::unique_ptr<CSesCert>> records;
     for (const auto& id : ids) {
         records.emplace_back();

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "base/Encode.h"
+#include "base/FileUtil.h"
 #include "base/SpecialFolder.h"
 #include "tools/sestool/Progress.h"
 
@@ -31,21 +32,6 @@ std::string TooLarge(const std::string& name, uint64_t size) {
     return name + " is " + std::to_string(size) +
            " bytes: files of 4 GiB or more cannot be sent, a request's length is a 32-bit number";
 }
-
-// CFd closes a descriptor it opened; standard input stays open.
-class CFd {
-public:
-    explicit CFd(int inFd) : fd(inFd) {}
-    ~CFd() {
-        if (fd > STDIN_FILENO) {
-            close(fd);
-        }
-    }
-    CFd(const CFd&) = delete;
-    CFd& operator=(const CFd&) = delete;
-
-    int fd;
-};
 
 // The stream mode that carries each one-shot mode's data in chunks, and how much of it the module
 // can take: Sign and GetSignInfo run on the assembled payload, the hash on a running CRC.
@@ -74,6 +60,82 @@ const SStreamRow* FindStreamRow(uint32_t mode) {
 constexpr size_t kReadPiece = size_t{1} << 20;
 
 constexpr const char* kClientId = "sestool";
+
+// The code points Printable escapes: C0 and C1 controls with DEL, the Arabic letter mark, and the
+// marks, separators, embeddings, overrides and isolates that move or break a line of text.
+struct SCodeRange {
+    char32_t first;
+    char32_t last;
+};
+constexpr SCodeRange kEscapedRanges[] = {
+    {0x00, 0x1F}, {0x7F, 0x9F}, {0x061C, 0x061C}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069},
+};
+
+struct SNamedEscape {
+    char32_t code;
+    const char* text;
+};
+constexpr SNamedEscape kNamedEscapes[] = {{'\n', "\\n"}, {'\r', "\\r"}, {'\t', "\\t"}, {'\\', "\\\\"}};
+
+const char* NamedEscape(char32_t code) {
+    for (const auto& row : kNamedEscapes) {
+        if (row.code == code) {
+            return row.text;
+        }
+    }
+    return nullptr;
+}
+
+bool IsEscaped(char32_t code) {
+    for (const auto& range : kEscapedRanges) {
+        if (code >= range.first && code <= range.last) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// DecodeUtf8 reads the character at text[at] into code and returns its length in bytes, or 0 when
+// the bytes there are no well-formed UTF-8 (overlong forms, surrogates and values past U+10FFFF
+// included).
+size_t DecodeUtf8(const std::string& text, size_t at, char32_t& code) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    size_t length = 0;
+    char32_t least = 0;
+    if (lead < 0x80) {
+        code = lead;
+        return 1;
+    }
+    if ((lead & 0xE0) == 0xC0) {
+        length = 2;
+        least = 0x80;
+        code = lead & 0x1F;
+    } else if ((lead & 0xF0) == 0xE0) {
+        length = 3;
+        least = 0x800;
+        code = lead & 0x0F;
+    } else if ((lead & 0xF8) == 0xF0) {
+        length = 4;
+        least = 0x10000;
+        code = lead & 0x07;
+    } else {
+        return 0;
+    }
+    if (length > text.size() - at) {
+        return 0;
+    }
+    for (size_t i = 1; i < length; ++i) {
+        const auto next = static_cast<unsigned char>(text[at + i]);
+        if ((next & 0xC0) != 0x80) {
+            return 0;
+        }
+        code = (code << 6) | (next & 0x3F);
+    }
+    if (code < least || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
+        return 0;
+    }
+    return length;
+}
 
 }  // namespace
 
@@ -243,61 +305,52 @@ bool ReadInputFile(const std::string& path, std::vector<uint8_t>& out, std::stri
     return true;
 }
 
-bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, bool replace, unsigned mode,
+bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, unsigned mode, bool replace,
                      std::string& error, bool* alreadyExists) {
-    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (replace ? O_TRUNC : O_EXCL);
-    const CFd file(open(path.c_str(), flags, static_cast<mode_t>(mode)));
-    if (file.fd < 0) {
-        if (alreadyExists != nullptr) {
-            *alreadyExists = errno == EEXIST;
-        }
-        error = SystemError("cannot create", path);
-        return false;
+    if (path != "-") {
+        return ca::WriteFileAtomic(path, bytes, size, mode, replace, error, alreadyExists);
     }
-    const auto* next = static_cast<const uint8_t*>(bytes);
-    size_t left = size;
-    while (left > 0) {
-        const ssize_t n = write(file.fd, next, left);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            error = SystemError("cannot write", path);
-            unlink(path.c_str());
-            return false;
-        }
-        next += n;
-        left -= static_cast<size_t>(n);
-    }
-    if (fsync(file.fd) != 0 && errno != EINVAL) {
-        error = SystemError("cannot write", path);
-        unlink(path.c_str());
+    if (std::fwrite(bytes, 1, size, stdout) != size || std::fflush(stdout) != 0) {
+        error = std::string("cannot write standard output: ") + std::strerror(errno);
         return false;
     }
     return true;
+}
+
+std::string Printable(const std::string& utf8) {
+    std::string out;
+    out.reserve(utf8.size());
+    for (size_t at = 0; at < utf8.size();) {
+        char32_t code = 0;
+        const size_t length = DecodeUtf8(utf8, at, code);
+        if (length == 0) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof(escaped), "\\x%02x", static_cast<unsigned char>(utf8[at]));
+            out += escaped;
+            ++at;
+            continue;
+        }
+        const char* named = NamedEscape(code);
+        if (named != nullptr) {
+            out += named;
+        } else if (IsEscaped(code)) {
+            char escaped[16];
+            std::snprintf(escaped, sizeof(escaped), "\\u{%x}", static_cast<unsigned>(code));
+            out += escaped;
+        } else {
+            out.append(utf8, at, length);
+        }
+        at += length;
+    }
+    return out;
 }
 
 bool MakeFolders(const std::string& path, unsigned mode, std::string& error) {
-    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        const std::string part = path.substr(0, slash);
-        if (mkdir(part.c_str(), static_cast<mode_t>(mode)) != 0 && errno != EEXIST) {
-            error = SystemError("cannot create folder", part);
-            return false;
-        }
-        if (slash == std::string::npos) {
-            break;
-        }
-    }
-    struct stat info {};
-    if (stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-        error = "'" + path + "' is not a folder";
+    if (!ca::TryCreateDir(path, mode)) {
+        error = SystemError("cannot create folder", path);
         return false;
     }
     return true;
-}
-
-std::string CertificateFolder() {
-    return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/";
 }
 
 bool PrintModuleLogLine(const wchar_t* text, bool isError) {
@@ -526,7 +579,8 @@ void PrintModuleError(const SModuleReply& reply) {
     // Some codes (50, private-key access refused) have no text on purpose.
     const std::string text =
         reply.errorMessage.empty() ? "the module answered an error without text" : reply.errorMessage;
-    std::fprintf(stderr, "sestool: %s (code %u)\n", text.c_str(), static_cast<unsigned>(reply.errorCode));
+    std::fprintf(stderr, "sestool: %s (code %u)\n", Printable(text).c_str(),
+                 static_cast<unsigned>(reply.errorCode));
 }
 
 const ca::JsonValue* Member(const ca::JsonValue* object, const char* key) {

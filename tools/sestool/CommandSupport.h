@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Json.h"
+#include "ses/CCertificateCollection.h"
 #include "tools/sestool/ModuleHost.h"
 #include "tools/sestool/Options.h"
 
@@ -49,8 +50,8 @@ struct SPositional {
     const char* names;  // "FILE and SIGNATURE"
 };
 
-// ParseCommandLine splits args by the accepted options and checks the count of positional arguments. Prints the
-// problem and returns false on a usage error.
+// ParseCommandLine splits args by the accepted options and checks the count of positional arguments. Prints
+// the problem and returns false on a usage error.
 bool ParseCommandLine(const char* command, const std::vector<std::string>& args,
                       const std::vector<SOptionSpec>& accepted, const SPositional& positional,
                       SParsedArgs& parsed);
@@ -103,16 +104,22 @@ private:
 // kMaxFileBytes is refused before it is read. Returns false with a message in error.
 bool ReadInputFile(const std::string& path, std::vector<uint8_t>& out, std::string& error);
 
-// WriteOutputFile creates path with the permission bits mode (less the umask) and writes the bytes.
-// replace false refuses an existing file (alreadyExists set); a file left half-written is removed.
-bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, bool replace, unsigned mode,
+// WriteOutputFile writes the bytes to standard output when path is "-", and otherwise puts them at
+// path with ca::WriteFileAtomic: the old file stays whole until the new one is complete, and no
+// FIFO, device or folder is ever opened or removed.
+bool WriteOutputFile(const std::string& path, const void* bytes, size_t size, unsigned mode, bool replace,
                      std::string& error, bool* alreadyExists = nullptr);
+
+// Printable makes a text from a container, a certificate or a folder listing safe to print: its
+// control characters could otherwise move the cursor, recolour the terminal or forge whole lines.
+// Escapes follow Rust's escape_debug: "\n", "\r", "\t" and "\\"; "\u{1b}" for the other C0
+// controls, DEL, the C1 controls and Unicode's line, paragraph and bidirectional controls; "\xff"
+// for each byte that is no part of well-formed UTF-8. All else passes unchanged.
+std::string Printable(const std::string& utf8);
 
 // MakeFolders creates path and its missing parents, each new one with mode (less the umask).
 bool MakeFolders(const std::string& path, unsigned mode, std::string& error);
 
-// CertificateFolder is the folder the module loads its certificates from, with a trailing "/".
-std::string CertificateFolder();
 
 // PrintModuleLogLine is the log callback handed to CM_Init: it prints "[log] text" or
 // "[error] text" on standard error once SetVerboseLog(true) was called, and nothing otherwise.

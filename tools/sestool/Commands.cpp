@@ -1,5 +1,6 @@
 #include "tools/sestool/Commands.h"
 
+#include <csignal>
 #include <cstdio>
 #include <new>
 
@@ -94,6 +95,9 @@ int RunHelp(const std::vector<std::string>& args) {
 }
 
 int RunSestool(int argc, char** argv) {
+    // A file-size limit ("ulimit -f") then fails the write with EFBIG instead of killing sestool,
+    // so the writer can still remove its temporary file.
+    std::signal(SIGXFSZ, SIG_IGN);
     if (argc < 2) {
         PrintOverview(stderr);
         return kExitUsage;

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -25,6 +27,8 @@ const char kConfigHelp[] =
     "           module starts on the values shown all the same.\n"
     "  init     writes a file with every default value (folders created, the file readable by its\n"
     "           owner only). Its first line is a comment with the SHA-1 of the rest of the file.\n"
+    "           The new file takes the old one's place in one step: a reader sees one or the other,\n"
+    "           never a part. What is not a regular file (a FIFO, a device) is never replaced.\n"
     "\n"
     "Options:\n"
     "  --force              init: replace an existing file (without it sestool refuses)\n"
@@ -56,12 +60,13 @@ int Show() {
 
 int Init(bool force) {
     const std::string path = ca::u16u8(ca::ConfigFileParser::GetConfigPath());
-    if (!force && ca::IsRegularFile(path)) {
+    struct stat info {};
+    if (!force && lstat(path.c_str(), &info) == 0) {
         PrintError(kCommand, path + " exists; add --force to replace it with the defaults");
         return kExitUsage;
     }
     std::wstring problem;
-    if (!ca::ConfigFileParser().WriteConfigFile(problem)) {
+    if (!ca::ConfigFileParser().WriteConfigFile(problem, force)) {
         PrintError(kCommand, path + ": " + ca::u16u8(problem));
         return kExitUsage;
     }

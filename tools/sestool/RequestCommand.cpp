@@ -24,7 +24,9 @@ const char kRequestHelp[] =
     "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
     "  --data FILE     send FILE's bytes after the JSON and its NUL; \"fileDataSize\" in the\n"
     "                  request is set to their count (the request must be a JSON object)\n"
-    "  --out FILE      write the raw file data that follows the response JSON to FILE\n"
+    "  --out FILE      write the raw file data that follows the response JSON to FILE (replaced\n"
+    "                  in one step once complete); \"-\" writes it to standard output and the\n"
+    "                  response JSON to standard error instead\n"
     "  -v, --verbose   print the module's log lines on standard error, as \"[log] text\" or\n"
     "                  \"[error] text\"\n"
     "  -h, --help      show this help\n"
@@ -268,13 +270,16 @@ int RunRequest(const std::vector<std::string>& args) {
         std::fprintf(stderr, "%s%s\n", kPrefix, error.c_str());
         return kExitUsage;
     }
-    std::fwrite(answer.json.data(), 1, answer.json.size(), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    // With the data on standard output ("--out -") the JSON goes to standard error, so neither
+    // corrupts the other.
+    FILE* jsonTo = parsed.Has("--out") && parsed.Value("--out") == "-" ? stderr : stdout;
+    std::fwrite(answer.json.data(), 1, answer.json.size(), jsonTo);
+    std::fputc('\n', jsonTo);
+    std::fflush(jsonTo);
 
     if (answer.hasData) {
         if (parsed.Has("--out")) {
-            if (!WriteOutputFile(parsed.Value("--out"), answer.data.data(), answer.data.size(), true, 0666,
+            if (!WriteOutputFile(parsed.Value("--out"), answer.data.data(), answer.data.size(), 0666, true,
                                  error)) {
                 std::fprintf(stderr, "%s%s\n", kPrefix, error.c_str());
                 return kExitUsage;

@@ -14,8 +14,11 @@ const char kSignHelp[] =
     "\n"
     "Signs FILE with the certificate ID (Sign, mode 14; the file travels as raw bytes behind the\n"
     "request) and writes the signature container, an \"SES\" XML document, to OUT. The default OUT\n"
-    "is FILE.sig.xml. An existing OUT is replaced: signing again gives a fresh signature. FILE \"-\"\n"
-    "reads standard input and then needs -o.\n"
+    "is FILE.sig.xml; OUT \"-\" is standard output (the summary then goes to standard error). An\n"
+    "existing OUT is replaced in one step, once the new container is complete: killed midway,\n"
+    "sestool leaves the old file whole. OUT must be a regular file (a FIFO or device is refused); a\n"
+    "symbolic link there is replaced itself, what it points to stays as it was. FILE \"-\" reads\n"
+    "standard input and then needs -o.\n"
     "\n"
     "A FILE larger than 32 MiB is sent in chunks of 8 MiB (StreamSign, mode 53), read one chunk at\n"
     "a time; the signature is the same as in one call. A progress line is drawn on standard error\n"
@@ -28,7 +31,7 @@ const char kSignHelp[] =
     "                   container cannot be checked with \"sestool verify\"\n"
     "  --comment TEXT   free text kept in the container's \"Comment\"\n"
     "  --uri URI        a reference kept in the container's \"URI\"\n"
-    "  -o, --out OUT    where to write the container\n"
+    "  -o, --out OUT    where to write the container; \"-\" for standard output\n"
     "  --chunk-size N   send chunks of N bytes (suffix K, M or G; 1 to 1G), and stream FILE\n"
     "                   whenever it is larger than one chunk\n"
     "  --module PATH    load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
@@ -115,13 +118,15 @@ int RunSign(const std::vector<std::string>& args) {
         PrintError(kCommand, "the module answered without a signature container");
         return kExitUsage;
     }
-    if (!WriteOutputFile(out, reply.data.data(), reply.data.size(), true, 0666, error)) {
+    if (!WriteOutputFile(out, reply.data.data(), reply.data.size(), 0666, true, error)) {
         PrintError(kCommand, error);
         return kExitUsage;
     }
-    std::printf("Signed %s with certificate %s (%s signature).\nSignature written to %s\n",
-                file == "-" ? "standard input" : file.c_str(), certId.c_str(),
-                attached ? "attached" : "detached", out.c_str());
+    // With the container on standard output the summary must not mix into it.
+    std::fprintf(out == "-" ? stderr : stdout,
+                 "Signed %s with certificate %s (%s signature).\nSignature written to %s\n",
+                 file == "-" ? "standard input" : file.c_str(), certId.c_str(),
+                 attached ? "attached" : "detached", out == "-" ? "standard output" : out.c_str());
     return kExitOk;
 }
 

@@ -62,7 +62,7 @@ void PrintList(const char* title, const ca::JsonValue& list, bool addresses) {
     for (const auto& entry : list.GetArray()) {
         const std::string text =
             addresses ? StoreAddressText(entry) : (entry.IsString() ? entry.GetString() : "(not a name)");
-        std::printf("  %s\n", text.c_str());
+        std::printf("  %s\n", Printable(text).c_str());
     }
 }
 

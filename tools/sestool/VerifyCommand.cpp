@@ -19,9 +19,14 @@ const char kVerifyHelp[] =
     "signed: asks the module for the signature's information (GetSignInfo, mode 29) with the\n"
     "container in \"sendSignData\" and FILE as raw bytes. Prints who signed (certificate and name),\n"
     "when (UTC), the comment and URI when there are any, and one of\n"
-    "  VALID: the data is unchanged since it was signed\n"
-    "  INVALID: the data does not match the signature\n"
+    "  VALID: the data matches the signature's CRC-64\n"
+    "  INVALID: the data does not match the signature's CRC-64\n"
     "FILE \"-\" reads the data from standard input.\n"
+    "\n"
+    "The CRC-64 catches accidental changes to the data, not deliberate ones: changing 8 chosen\n"
+    "bytes gives any CRC-64 wanted. The signer's name, the time and the comment are not protected\n"
+    "at all; they say only what the container claims. Control characters in these texts are\n"
+    "printed escaped (\\n, \\u{1b}), so a text cannot forge a line of its own.\n"
     "\n"
     "A FILE larger than 32 MiB is sent in chunks of 8 MiB (StreamGetSignInfo, mode 55), read one\n"
     "chunk at a time, with the container on the final chunk; the answer is the same as in one\n"
@@ -117,10 +122,12 @@ void ExplainUnreadable(const std::string& path, const std::vector<uint8_t>& sign
     }
 }
 
+// PrintSignInfo prints the container's own texts through Printable: whoever made the container
+// chose them, line breaks and terminal escapes included.
 void PrintSignInfo(const ca::JsonValue& info) {
     const ca::JsonValue* signCert = Member(&info, "SignCert");
-    const std::string certId = TextMember(signCert, "Id");
-    const std::string name = SignerName(signCert);
+    const std::string certId = Printable(TextMember(signCert, "Id"));
+    const std::string name = Printable(SignerName(signCert));
     if (certId.empty()) {
         std::printf("Signed by: unknown (the container carries no certificate)\n");
     } else if (name.empty()) {
@@ -128,7 +135,7 @@ void PrintSignInfo(const ca::JsonValue& info) {
     } else {
         std::printf("Signed by: %s (certificate %s)\n", name.c_str(), certId.c_str());
     }
-    std::printf("Signed at: %s UTC\n", TextMember(&info, "SignTimeUTC").c_str());
+    std::printf("Signed at: %s UTC\n", Printable(TextMember(&info, "SignTimeUTC")).c_str());
     struct SOptionalText {
         const char* label;
         const char* key;
@@ -137,7 +144,7 @@ void PrintSignInfo(const ca::JsonValue& info) {
     for (const auto& row : kOptional) {
         const std::string text = TextMember(&info, row.key);
         if (!text.empty()) {
-            std::printf("%s %s\n", row.label, text.c_str());
+            std::printf("%s %s\n", row.label, Printable(text).c_str());
         }
     }
 }
@@ -204,9 +211,9 @@ int RunVerify(const std::vector<std::string>& args) {
     } else {
         PrintSignInfo(info);
         if (code == ca::kOk) {
-            std::printf("VALID: the data is unchanged since it was signed\n");
+            std::printf("VALID: the data matches the signature's CRC-64\n");
         } else if (code == ca::kSignatureInvalid) {
-            std::printf("INVALID: the data does not match the signature\n");
+            std::printf("INVALID: the data does not match the signature's CRC-64\n");
         }
     }
     if (code == ca::kOk) {
@@ -216,7 +223,8 @@ int RunVerify(const std::vector<std::string>& args) {
         return kExitFailed;
     }
     const std::string why = TextMember(Member(&info, "VerifyResultEx"), "SignatureVerifyResultString");
-    PrintError(kCommand, "the signature was not checked: " + why + " (code " + std::to_string(code) + ")");
+    PrintError(kCommand,
+               "the signature was not checked: " + Printable(why) + " (code " + std::to_string(code) + ")");
     return kExitUsage;
 }
 
