@@ -204,7 +204,8 @@ void LoadCertificateFolder(const std::string& folder, CCertificateCollection& co
             const auto container = CSesContainer::Parse(content.data(), content.size());
             if (container->certificate == nullptr) {
                 skip(name, "not a certificate record (no \"Certificate\" element)");
-            } else if (!collection.Add(std::make_unique<SesCertInfo2>(*container->certificate))) {
+            } else if (collection.Add(std::make_unique<SesCertInfo2>(*container->certificate)) !=
+                       CCertificateCollection::AddResult::kAdded) {
                 skip(name, "the identifier '" + ca::u16u8(container->certificate->ID) +
                                "' was loaded from another file first");
             }
