@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ca/Encode.h"
-#include "module/Log.h"
+#include "base/Encode.h"
+#include "base/Log.h"
 
 namespace {
 

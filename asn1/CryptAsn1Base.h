@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "asn1/CryptAsn1Parser.h"
-#include "ca/Blob.h"
-#include "ca/ByteReader.h"
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/Blob.h"
+#include "base/ByteReader.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 
 // Flags of GetHexString: upper-case letters, drop a leading zero byte (the sign octet of a positive
 // INTEGER), ":" between bytes.

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "ca/Json.h"
+#include "base/Json.h"
 
 class CCryptAsn1Parser;
 
@@ -95,7 +95,7 @@ public:
     // that does not start with a number throws std::invalid_argument, as the standard conversion does.
     CAsn1Block* GetBlockByPath(const std::wstring& path) const;
 
-    // ToJson writes {"structure": {...}} for this block and its subtree.
+    // ToJson writes {"structure": {...}} for this block and its subtree (the dump, Asn1Dump.cpp).
     void ToJson(ca::JsonWriter& writer);
     void ToJson(rapidjson::StringBuffer& buffer);
 

@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "module/Lng.h"
+#include "base/Lng.h"
 
 // oidAndMessageDef maps a dotted OID to the message that describes it (built once, never changed).
 const std::map<std::wstring, ValkoMessage>& oidAndMessageDef();

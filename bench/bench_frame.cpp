@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bench/BenchSupport.h"
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "mod_ses.h"
 #include "module/SesModule.h"
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "bench/BenchSupport.h"
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "mod_ses.h"
 #include "ses/Hasher.h"
 #include "ses/crc64.h"

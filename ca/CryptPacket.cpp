@@ -3,24 +3,14 @@
 #include <cstring>
 #include <iterator>
 
-#include "ca/Encode.h"
-#include "config/Network.h"
-#include "module/ErrorMessageHelper.h"
-#include "module/Lng.h"
-#include "module/Log.h"
+#include "base/Encode.h"
+#include "base/ErrorMessageHelper.h"
+#include "base/Lng.h"
+#include "base/Log.h"
+#include "ca/RecordFactory.h"
 
 namespace ca {
 
-FileData::FileData(const uint8_t* bytes, uint32_t inSize) : data(CopyBlob(bytes, inSize)), size(inSize) {}
-
-void FileData::FromJson(const JsonValue& value) {
-    const char* text = ExpectString(value);
-    data.reset();
-    size = 0;
-    Base64Decode(text, data, size);
-}
-
-void FileData::ToJson(JsonWriter& writer) const { WriteBase64(writer, data.get(), size); }
 
 namespace {
 
@@ -139,7 +129,11 @@ void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, 
         uint32_t dataSize = 0;
         if (const JsonValue* url = FindMember(doc, "fileDataUrl"); url != nullptr) {
             MallocPtr bytes;
-            const uint32_t size = Http::GetBlob(ExpectString(*url), bytes);
+            const auto download = EnvelopeHooks().download;
+            if (download == nullptr) {
+                throw Exception(kCurlInitError);
+            }
+            const uint32_t size = download(ExpectString(*url), bytes);
             SetObject(std::make_unique<FileData>(std::move(bytes), size), true);
         } else if (ReadUint(doc, "fileDataSize", dataSize)) {
             AttachRawBytes(*this, tail, tailLength, dataSize);
@@ -147,7 +141,7 @@ void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, 
         } else {
             static constexpr int kRequestRecords[] = {kTypeFileData, kTypeStoreAddress, kTypeStoreAddresses,
                                                       kTypeConfig, kTypePKIConfig};
-            ReadRecords(doc, kRequestRecords, std::size(kRequestRecords));
+            ReadRecords(doc, kRequestRecords, std::size(kRequestRecords), &CreateRecord);
         }
     }
 
@@ -237,7 +231,7 @@ void CryptResponse::FromJson(char* text, uint32_t length) {
         kTypeFileData,  kTypeStores,       kTypeCertificates,   kTypeCrl,     kTypeSignInfo,
         kTypeSignInfoArray, kTypeCertInfo, kTypeCertInfos,      kTypeStoreAddress, kTypeStoreAddresses,
         kTypeCrlInfo,   kTypeConfig,       kTypeVerifyResult};
-    ReadRecords(doc, kResponseRecords, std::size(kResponseRecords));
+    ReadRecords(doc, kResponseRecords, std::size(kResponseRecords), &CreateRecord);
 }
 
 void CryptResponse::ToJson(rapidjson::StringBuffer& buffer) const {
@@ -267,13 +261,14 @@ void CryptPacket::UploadFileData(unsigned int timeout) {
         response.errorMessage = GetErrorMessage(kUploadError, false) + GetErrorMessage(kNoDataInArgs, false);
         return;
     }
-    const std::vector<std::string> headers{"Content-Type: application/octet-stream"};
     LogEventFmt(SetVALKOMessage(msg::kUploadStart), false, size, request.uploadUrl.c_str());
     MallocPtr answer;
     uint32_t answerSize = 0;
     std::string errorText;
-    const uint32_t result = Http::PostBlob(u16u8(request.uploadUrl), static_cast<long>(timeout), headers, data,
-                                           size, answer, answerSize, errorText);
+    const auto upload = EnvelopeHooks().upload;
+    const uint32_t result = upload == nullptr ? kCurlInitError
+                                              : upload(u16u8(request.uploadUrl), static_cast<long>(timeout), data, size,
+                                                       answer, answerSize, errorText);
     if (result != 0) {
         LogEventFmt(SetVALKOMessage(msg::kUploadFailed), false, result);
         response.errorCode = kUploadError;

@@ -5,29 +5,13 @@
 #include <memory>
 #include <string>
 
-#include "ca/Blob.h"
+#include "base/Blob.h"
 #include "ca/Serializable.h"
 
 class CCallContext;
 
 namespace ca {
 
-// FileData is the call's payload (type id 0, key "fileData", base64 in JSON).
-class FileData : public ISerializable {
-public:
-    FileData() = default;
-    // Copies size bytes.
-    FileData(const uint8_t* bytes, uint32_t inSize);
-    // Takes ownership of a malloc'ed block.
-    FileData(MallocPtr block, uint32_t inSize) : data(std::move(block)), size(inSize) {}
-
-    void FromJson(const JsonValue& value) override;
-    void ToJson(JsonWriter& writer) const override;
-    int GetType() const override { return kTypeFileData; }
-
-    MallocPtr data;
-    uint32_t size = 0;
-};
 
 class StoreAddresses;
 

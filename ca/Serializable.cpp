@@ -3,16 +3,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "ca/ByteReader.h"
-#include "ca/CertInfo2.h"
-#include "ca/CryptPacket.h"
-#include "ca/Encode.h"
-#include "ca/StoreAddress.h"
-#include "ca/StringArray.h"
-#include "ca/SignInfo.h"
-#include "ca/VerificationResult.h"
-#include "config/ConfigFileParser.h"
-#include "config/PKIConfigFileParser.h"
+#include "base/ByteReader.h"
+#include "base/Encode.h"
 
 namespace ca {
 
@@ -23,50 +15,16 @@ const char* const stags[18] = {
     "attrCertInfo",
 };
 
-namespace {
+FileData::FileData(const uint8_t* bytes, uint32_t inSize) : data(CopyBlob(bytes, inSize)), size(inSize) {}
 
-using RecordFactory = std::unique_ptr<ISerializable> (*)();
-
-template <typename T>
-std::unique_ptr<ISerializable> Make() {
-    return std::make_unique<T>();
+void FileData::FromJson(const JsonValue& value) {
+    const char* text = ExpectString(value);
+    data.reset();
+    size = 0;
+    Base64Decode(text, data, size);
 }
 
-template <int type>
-std::unique_ptr<ISerializable> MakeList() {
-    return std::make_unique<StringArray>(type);
-}
-
-// Records this module can read from an envelope; a null factory means the key is not read.
-constexpr RecordFactory kFactories[std::size(stags)] = {
-    &Make<FileData>,
-    &MakeList<kTypeStores>,        // 1
-    &MakeList<kTypeCertificates>,  // 2
-    &MakeList<kTypeCrl>,           // 3
-    &Make<SignInfos>,           // 4
-    &Make<SignInfosArray>,      // 5
-    &Make<CertInfo2>,           // 6
-    &Make<CertInfos2>,          // 7
-    &Make<StoreAddress>,           // 8
-    &Make<StoreAddresses>,         // 9
-    nullptr,                    // 10 crlInfo
-    &Make<ConfigFileParser>,    // 11
-    &Make<PKIConfigFileParser>, // 12
-    &Make<VerificationResult>,  // 13
-    nullptr,                    // 14 CMSInfo: no record in this module
-    &Make<CertForCheck>,        // 15
-    nullptr,                    // 16 CertManChainStatus: no record in this module
-    &Make<AttrCertInfo>,        // 17
-};
-
-}  // namespace
-
-std::unique_ptr<ISerializable> CreateRecord(int type) {
-    if (type < 0 || static_cast<size_t>(type) >= std::size(kFactories) || kFactories[type] == nullptr) {
-        return nullptr;
-    }
-    return kFactories[type]();
-}
+void FileData::ToJson(JsonWriter& writer) const { WriteBase64(writer, data.get(), size); }
 
 void SerializableContainer::SetObject(std::unique_ptr<ISerializable> record, bool clear) {
     if (clear) {
@@ -176,13 +134,14 @@ void SerializableContainer::WriteRecords(JsonWriter& writer, bool binaryFileData
     }
 }
 
-void SerializableContainer::ReadRecords(const JsonValue& document, const int* types, size_t count) {
+void SerializableContainer::ReadRecords(const JsonValue& document, const int* types, size_t count,
+                                        RecordFactoryFn create) {
     for (size_t i = 0; i < count; ++i) {
         const JsonValue* value = FindMember(document, stags[types[i]]);
         if (value == nullptr) {
             continue;
         }
-        std::unique_ptr<ISerializable> record = CreateRecord(types[i]);
+        std::unique_ptr<ISerializable> record = create(types[i]);
         if (record == nullptr) {
             continue;
         }

@@ -4,7 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "ca/Json.h"
+#include "base/Blob.h"
+#include "base/Json.h"
 
 namespace ca {
 
@@ -42,9 +43,25 @@ enum RecordType : int {
 
 extern const char* const stags[18];
 
-// CreateRecord returns an empty record for an envelope type id, or null when this module has no
-// record for it (the key is then not read).
-std::unique_ptr<ISerializable> CreateRecord(int type);
+// RecordFactoryFn gives an empty record for an envelope type id, or null for an id it does not read.
+using RecordFactoryFn = std::unique_ptr<ISerializable> (*)(int type);
+
+// FileData is the call's payload (type id 0, key "fileData", base64 in JSON).
+class FileData : public ISerializable {
+public:
+    FileData() = default;
+    // Copies size bytes.
+    FileData(const uint8_t* bytes, uint32_t inSize);
+    // Takes ownership of a malloc'ed block.
+    FileData(MallocPtr block, uint32_t inSize) : data(std::move(block)), size(inSize) {}
+
+    void FromJson(const JsonValue& value) override;
+    void ToJson(JsonWriter& writer) const override;
+    int GetType() const override { return kTypeFileData; }
+
+    MallocPtr data;
+    uint32_t size = 0;
+};
 
 // SerializableContainer maps type ids to owned records, at most one per id.
 class SerializableContainer {
@@ -68,7 +85,7 @@ protected:
     // instead of the file data, isAttached follows "signInfo".
     void WriteRecords(JsonWriter& writer, bool binaryFileData, const bool* isAttached) const;
     // ReadRecords reads the listed keys, each into a new record attached without clearing.
-    void ReadRecords(const JsonValue& document, const int* types, size_t count);
+    void ReadRecords(const JsonValue& document, const int* types, size_t count, RecordFactoryFn create);
 
 private:
     std::map<int, std::unique_ptr<ISerializable>> objects;

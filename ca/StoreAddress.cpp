@@ -6,7 +6,7 @@
 #include <cwctype>
 #include <iterator>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 namespace ca {
 

@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 
 namespace ca {
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <unordered_map>
 
-#include "ca/Blob.h"
+#include "base/Blob.h"
 #include "ca/CryptPacket.h"
-#include "config/TimeUtil.h"
-#include "module/CancellationToken.h"
+#include "base/TimeUtil.h"
+#include "base/CancellationToken.h"
 
 namespace ca {
 

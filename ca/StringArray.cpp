@@ -1,6 +1,6 @@
 #include "ca/StringArray.h"
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 namespace ca {
 

@@ -1,6 +1,6 @@
 #include "ca/VerificationResult.h"
 
-#include "module/Lng.h"
+#include "base/Lng.h"
 
 namespace ca {
 

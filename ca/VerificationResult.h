@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "ca/Serializable.h"
 
 namespace ca {

@@ -6,10 +6,10 @@
 #include <iterator>
 
 #include "asn1/sha1.h"
-#include "ca/Encode.h"
-#include "config/FileUtil.h"
+#include "base/Encode.h"
+#include "base/FileUtil.h"
 #include "config/inifile.h"
-#include "module/Lng.h"
+#include "base/Lng.h"
 
 namespace ca {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "ca/Serializable.h"
-#include "config/SpecialFolder.h"
+#include "base/SpecialFolder.h"
 
 // After ca/Json.h, which configures RapidJSON for every unit.
 #include <rapidjson/prettywriter.h>

@@ -8,11 +8,11 @@
 #include <mutex>
 #include <new>
 
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "config/curl_isolate.h"
-#include "module/Log.h"
+#include "base/Log.h"
 
 namespace ca {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "ca/Blob.h"
+#include "base/Blob.h"
 
 namespace ca {
 

@@ -1,9 +1,9 @@
 #include "config/PKIConfigFileParser.h"
 
-#include "ca/Encode.h"
-#include "config/FileUtil.h"
-#include "config/SpecialFolder.h"
-#include "module/Lng.h"
+#include "base/Encode.h"
+#include "base/FileUtil.h"
+#include "base/SpecialFolder.h"
+#include "base/Lng.h"
 
 namespace ca {
 

@@ -4,8 +4,8 @@
 #include <sstream>
 #include <type_traits>
 
-#include "ca/Encode.h"
-#include "config/FileUtil.h"
+#include "base/Encode.h"
+#include "base/FileUtil.h"
 
 namespace {
 

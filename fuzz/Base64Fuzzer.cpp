@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "fuzz/FuzzTarget.h"
 
 namespace {

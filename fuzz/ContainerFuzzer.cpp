@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "ca/Json.h"
+#include "base/Json.h"
 #include "fuzz/FuzzTarget.h"
 #include "ses/SesContainer.h"
 

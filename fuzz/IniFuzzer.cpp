@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "config/inifile.h"
 #include "fuzz/FuzzTarget.h"
 

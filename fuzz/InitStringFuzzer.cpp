@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "config/InitStringParser.h"
 #include "fuzz/FuzzTarget.h"
 

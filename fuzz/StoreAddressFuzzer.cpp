@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "ca/StoreAddress.h"
 #include "fuzz/FuzzTarget.h"
 

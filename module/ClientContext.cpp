@@ -5,10 +5,9 @@
 #include <cwchar>
 #include <vector>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "config/InitStringParser.h"
-#include "module/SesModule.h"
 
 ca::StoreAddresses CClientContext::CurrentStores() const {
     std::lock_guard<std::mutex> guard(_lock);
@@ -108,12 +107,13 @@ int32_t ParseForceCertInclude(const std::wstring& text) {
 
 }  // namespace
 
-CCallContext::CCallContext(ca::CryptPacket& inPacket, CSesModule* module) : packet(inPacket) {
-    _Build(module);
+CCallContext::CCallContext(ca::CryptPacket& inPacket, const ca::CryptoModule& module, CClientContextArray& contexts)
+    : packet(inPacket) {
+    _Build(module, contexts);
     packet.callContext = this;  // linked only once fully built
 }
 
-void CCallContext::_Build(CSesModule* module) {
+void CCallContext::_Build(const ca::CryptoModule& module, CClientContextArray& contexts) {
     const ca::CryptRequest& request = packet.request;
     if (request.test) {
         return;
@@ -132,8 +132,8 @@ void CCallContext::_Build(CSesModule* module) {
         initString += L';';
     }
     initString +=
-        L"TSP_INET_TIMEOUT=" + std::to_wstring(static_cast<unsigned long>(module->config.tspTimeout)) + L";";
-    if (module->serviceMode) {
+        L"TSP_INET_TIMEOUT=" + std::to_wstring(static_cast<unsigned long>(module.config.tspTimeout)) + L";";
+    if (module.serviceMode) {
         initString += L"SERVICE_MODE=TRUE;";
     }
     const ca::InitStringParser parser(initString.c_str());
@@ -143,7 +143,7 @@ void CCallContext::_Build(CSesModule* module) {
     if (parser.Lookup(ca::InitStringParameter::FORCE_CERTINCLUDE, force)) {
         forceCertInclude = ParseForceCertInclude(force);
     }
-    context = module->contexts.AcquireContext(request.clientId);
+    context = contexts.AcquireContext(request.clientId);
 }
 
 CCallContext::~CCallContext() { packet.callContext = nullptr; }

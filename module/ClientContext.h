@@ -11,7 +11,8 @@
 
 #include "ca/CryptPacket.h"
 #include "ca/StoreAddress.h"
-#include "config/TimeUtil.h"
+#include "base/TimeUtil.h"
+#include "module/CryptoModule.h"
 
 class CSesModule;
 
@@ -20,8 +21,6 @@ class CSesModule;
 // once: the state is reached only through members that take the context's own lock.
 class CClientContext {
 public:
-    // kMaxCurrentStores bounds the store set one SetCurStore may choose.
-    static constexpr size_t kMaxCurrentStores = 64;
     // kMaxAddedCertificates bounds the records one client may add with SetCert2.
     static constexpr size_t kMaxAddedCertificates = 16;
 
@@ -82,7 +81,7 @@ class CCallContext {
 public:
     // Throws Exception(16300) for a FORCE_CERTINCLUDE that is no 32-bit decimal number and for an
     // over-long client id.
-    CCallContext(ca::CryptPacket& inPacket, CSesModule* module);
+    CCallContext(ca::CryptPacket& inPacket, const ca::CryptoModule& module, CClientContextArray& contexts);
     ~CCallContext();
     CCallContext(const CCallContext&) = delete;
     CCallContext& operator=(const CCallContext&) = delete;
@@ -95,5 +94,5 @@ public:
     int32_t forceCertInclude = 0;
 
 private:
-    void _Build(CSesModule* module);
+    void _Build(const ca::CryptoModule& module, CClientContextArray& contexts);
 };

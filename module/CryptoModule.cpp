@@ -3,14 +3,15 @@
 #include <cstring>
 #include <exception>
 
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
 #include "config/Network.h"
 #include "mod_ses.h"
-#include "module/ErrorMessageHelper.h"
-#include "module/Lng.h"
-#include "module/Log.h"
+#include "base/ErrorMessageHelper.h"
+#include "base/Lng.h"
+#include "base/Log.h"
 #include "module/MessageBox.h"
+#include "module/RecordFactory.h"
 
 namespace ca {
 
@@ -117,6 +118,8 @@ private:
 };
 
 }  // namespace
+
+CryptoModule::CryptoModule(bool inServiceMode) : serviceMode(inServiceMode) { InstallModuleRecords(); }
 
 void CryptoModule::WaitForCalls() {
     std::unique_lock<std::mutex> guard(_callsLock);

@@ -7,7 +7,7 @@
 
 #include "ca/CryptPacket.h"
 #include "config/ConfigFileParser.h"
-#include "module/Binding.h"
+#include "base/Binding.h"
 
 struct CMPacket;
 
@@ -17,7 +17,7 @@ namespace ca {
 // the request frame that turns a host packet into one answer buffer.
 class CryptoModule {
 public:
-    explicit CryptoModule(bool inServiceMode) : serviceMode(inServiceMode) {}
+    explicit CryptoModule(bool inServiceMode);
     CryptoModule(const CryptoModule&) = delete;
     CryptoModule& operator=(const CryptoModule&) = delete;
 

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <iterator>
 
-#include "module/Log.h"
+#include "base/Log.h"
 
 namespace ca {
 

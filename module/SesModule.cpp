@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "ca/ErrorCodes.h"
-#include "module/ErrorMessageHelper.h"
-#include "module/Lng.h"
+#include "base/ErrorCodes.h"
+#include "base/ErrorMessageHelper.h"
+#include "base/Lng.h"
 
 namespace {
 
@@ -98,7 +98,7 @@ void CSesModule::CleanUp() { contexts.CleanUp(); }
 void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
     ca::CryptRequest& request = packet.request;
     ca::CryptResponse& response = packet.response;
-    CCallContext call(packet, this);
+    CCallContext call(packet, *this, contexts);
     LogEvent((L"clientId =  " + request.clientId).c_str(), false);
     CancellationToken token;
     try {

@@ -3,16 +3,13 @@
 #include <cstdint>
 #include <string>
 
-#include "module/CancellationToken.h"
+#include "base/CancellationToken.h"
 #include "module/CryptoModule.h"
-#include "module/Log.h"
+#include "base/Log.h"
 #include "module/ClientContext.h"
 #include "ses/CCertificateCollection.h"
+#include "ses/Operations.h"
 #include "ses/StreamArray.h"
-
-namespace ca {
-class SignInfos;
-}
 
 // CSesModule is the simple-electronic-signature module: one object per CM_Init.
 class CSesModule : public ca::CryptoModule {
@@ -74,8 +71,8 @@ public:
     CStreamArray streams;
 
 private:
-    // _SignHash builds the container over the given hash digits and makes its text the result.
-    void _SignHash(ca::CryptPacket& packet, const char* hash, size_t length);
-    // _GetSignInfo reads and checks the request's container; null when it holds no signature.
-    std::unique_ptr<ca::SignInfos> _GetSignInfo(ca::CryptPacket& packet);
+    // _Context is the call's client context; 16197 (logged at line) when the call has none.
+    CClientContext& _Context(const ca::CryptPacket& packet, long line);
+
+    ses::SEngine _engine{certificates, serviceMode};
 };

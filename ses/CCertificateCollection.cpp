@@ -9,8 +9,9 @@
 #include <iterator>
 #include <string>
 
-#include "ca/Encode.h"
-#include "module/Log.h"
+#include "base/Encode.h"
+#include "base/Log.h"
+#include "base/SpecialFolder.h"
 #include "ses/SesContainer.h"
 #include "ses/Utils.h"
 
@@ -163,6 +164,8 @@ const char* ReadRegularFile(const std::string& path, std::string& content) {
 }
 
 }  // namespace
+
+std::string CertificateFolder() { return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/"; }
 
 void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection,
                            const CertificateSkipReport& report) {

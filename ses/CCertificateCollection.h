@@ -44,6 +44,10 @@ private:
     size_t added = 0;  // records added fromClient, guarded by lock
 };
 
+// CertificateFolder is the local certificate folder, with a trailing "/": the module loads it and
+// sestool writes new certificates there.
+std::string CertificateFolder();
+
 // kMaxCertificateFiles bounds how many names LoadCertificateFolder collects from one folder.
 constexpr size_t kMaxCertificateFiles = 10000;
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "ses/SesXml.h"
 
 const SSesCertField kSesCertFields[11] = {

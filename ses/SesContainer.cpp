@@ -2,8 +2,8 @@
 
 #include <tinyxml.h>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "ses/SesXml.h"
 
 void CSesContainer::ToXml(TiXmlElement* root) const {

@@ -2,7 +2,7 @@
 
 #include <tinyxml.h>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "ses/SesXml.h"
 #include "ses/Utils.h"
 

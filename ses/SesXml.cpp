@@ -6,7 +6,7 @@
 #include <cstring>
 #include <mutex>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 TiXmlElement* AppendTextElement(TiXmlElement* parent, const char* name, const std::wstring& text) {
     auto* element = new TiXmlElement(name);

@@ -1,14 +1,13 @@
-// The signing operations of CSesModule: a signature is an "SES" container whose CRC element holds
+// The signing operations: a signature is an "SES" container whose CRC element holds
 // the base64 of the decimal CRC-64 of the data.
 #include <tinyxml.h>
 
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
-#include "config/SpecialFolder.h"
-#include "module/ErrorMessageHelper.h"
-#include "module/Lng.h"
-#include "module/Log.h"
-#include "module/SesModule.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
+#include "base/ErrorMessageHelper.h"
+#include "base/Lng.h"
+#include "base/Log.h"
+#include "ses/Operations.h"
 #include "ses/Hasher.h"
 #include "ses/SesContainer.h"
 #include "ses/Utils.h"
@@ -27,11 +26,9 @@ void SetResultText(ca::CryptPacket& packet, const std::string& text) {
 
 }  // namespace
 
-void CSesModule::LoadLocalCerts() {
-    LoadCertificateFolder(ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/", certificates);
-}
+namespace ses {
 
-void CSesModule::Sign(ca::CryptPacket& packet, CancellationToken&) {
+void Sign(SEngine& engine, ca::CryptPacket& packet) {
     try {
         if (packet.request.addSigner) {
             // Co-signing is not offered by this module.
@@ -39,21 +36,21 @@ void CSesModule::Sign(ca::CryptPacket& packet, CancellationToken&) {
         }
         Crc64Hash hash;
         hash.Compute(packet.request.GetFileData(), packet.request.GetFileDataSize());
-        _SignHash(packet, hash.GetValue(), hash.GetValueLength());
+        SignHashValue(engine, packet, hash.GetValue(), hash.GetValueLength());
         LogEvent(SetVALKOMessage(msg::kSignatureWritten), false);
     } catch (const ca::Exception& e) {
         packet.response.errorCode = e.code;
     }
 }
 
-void CSesModule::SignHash(ca::CryptPacket& packet, CancellationToken&) {
-    _SignHash(packet, reinterpret_cast<const char*>(packet.request.GetFileData()), packet.request.GetFileDataSize());
+void SignHash(SEngine& engine, ca::CryptPacket& packet) {
+    SignHashValue(engine, packet, reinterpret_cast<const char*>(packet.request.GetFileData()), packet.request.GetFileDataSize());
 }
 
-void CSesModule::_SignHash(ca::CryptPacket& packet, const char* hash, size_t length) {
+void SignHashValue(SEngine& engine, ca::CryptPacket& packet, const char* hash, size_t length) {
     const ca::CryptRequest& request = packet.request;
     LogEvent((L"Идентификатор сертификата = \"" + request.senderCertId + L"\"").c_str(), false);
-    const SesCertInfo2* signer = certificates.GetCert(request.senderCertId);
+    const SesCertInfo2* signer = engine.certificates.GetCert(request.senderCertId);
     if (signer == nullptr) {
         packet.response.needCertId = request.senderCertId;
         LogEvent((GetErrorMessage(ca::kNeedCert, true) + L" " + request.senderCertId).c_str(), true);
@@ -73,14 +70,14 @@ void CSesModule::_SignHash(ca::CryptPacket& packet, const char* hash, size_t len
     SetResultText(packet, container.Print());
 }
 
-void CSesModule::CreateHash(ca::CryptPacket& packet, CancellationToken&) {
+void CreateHash(SEngine&, ca::CryptPacket& packet) {
     Crc64Hash hash;
     hash.Compute(packet.request.GetFileData(), packet.request.GetFileDataSize());
     SetResultText(packet, std::string(hash.GetValue(), hash.GetValueLength()));
     packet.response.errorCode = ca::kOk;
 }
 
-void CSesModule::SignRaw(ca::CryptPacket& packet, CancellationToken&) {
+void SignRaw(SEngine&, ca::CryptPacket& packet) {
     if (!packet.request.senderCertId.empty()) {
         ca::LogEventFmt(L"Received cert id \"%ls\"", false, packet.request.senderCertId.c_str());
     }
@@ -88,7 +85,9 @@ void CSesModule::SignRaw(ca::CryptPacket& packet, CancellationToken&) {
     packet.response.errorCode = ca::kOk;
 }
 
-void CSesModule::SignHashRaw(ca::CryptPacket& packet, CancellationToken&) {
+void SignHashRaw(SEngine&, ca::CryptPacket& packet) {
     (void)packet.request.GetFileData();
     (void)packet.request.GetFileDataSize();
 }
+
+}  // namespace ses

@@ -1,6 +1,6 @@
 #include "ses/StreamArray.h"
 
-#include "ca/ErrorCodes.h"
+#include "base/ErrorCodes.h"
 
 void CStreamHash::Stream(ca::CryptPacket& packet, CancellationToken&) {
     std::lock_guard<std::mutex> guard(lock);

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <random>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 namespace {
 

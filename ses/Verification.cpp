@@ -1,21 +1,16 @@
 // Reading a container back: checking its CRC against the data and describing the signer.
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
 #include "ca/SignInfo.h"
 #include "ca/VerificationResult.h"
-#include "module/ErrorMessageHelper.h"
-#include "module/Lng.h"
-#include "module/Log.h"
-#include "module/SesModule.h"
+#include "base/ErrorMessageHelper.h"
+#include "base/Lng.h"
+#include "base/Log.h"
+#include "ses/Operations.h"
 #include "ses/Hasher.h"
 #include "ses/SesContainer.h"
 
 namespace {
-
-[[noreturn]] void Fail(long line, uint32_t code) {
-    ca::LogError(ca::GetLineString("CryptoModule", line).c_str(), L"", code, true);
-    throw ca::Exception(code);  // not reached: LogError throws
-}
 
 void SetResult(ca::VerificationResult& result, bool signature, uint32_t code, ValkoMessage text) {
     (signature ? result.signatureResult : result.certificateResult) = code;
@@ -24,11 +19,13 @@ void SetResult(ca::VerificationResult& result, bool signature, uint32_t code, Va
 
 }  // namespace
 
-std::unique_ptr<ca::SignInfos> CSesModule::_GetSignInfo(ca::CryptPacket& packet) {
+namespace ses {
+
+std::unique_ptr<ca::SignInfos> ReadSignInfo(SEngine&, ca::CryptPacket& packet) {
     ca::CryptRequest& request = packet.request;
     const bool present = request.isAttached || request.sendSignData.size != 0;
     if (!present || (request.isAttached && request.GetFileDataSize() == 0)) {
-        Fail(434, ca::kNoDataInArgs);
+        ca::RaiseAt({"CryptoModule", 434}, ca::kNoDataInArgs);
     }
     packet.SignBase64FormattedDecodeIfNeeded();
     const uint8_t* text = request.isAttached ? request.GetFileData() : request.sendSignData.data.get();
@@ -37,7 +34,7 @@ std::unique_ptr<ca::SignInfos> CSesModule::_GetSignInfo(ca::CryptPacket& packet)
     try {
         container = CSesContainer::Parse(reinterpret_cast<const char*>(text), length);
     } catch (const ca::Exception&) {
-        Fail(510, ca::kFileOperationError);
+        ca::RaiseAt({"CryptoModule", 510}, ca::kFileOperationError);
     }
     if (container->signature == nullptr) {
         return nullptr;
@@ -58,7 +55,7 @@ std::unique_ptr<ca::SignInfos> CSesModule::_GetSignInfo(ca::CryptPacket& packet)
     SetResult(info->verifyResultEx, true, ca::kOk, msg::kSignatureValid);
     if (signature.IsAttached()) {
         // Attached containers can be produced but not verified.
-        Fail(498, ca::kFileOperationError);
+        ca::RaiseAt({"CryptoModule", 498}, ca::kFileOperationError);
     }
     Crc64Hash hash;
     hash.Compute(request.GetFileData(), request.GetFileDataSize());
@@ -76,19 +73,19 @@ std::unique_ptr<ca::SignInfos> CSesModule::_GetSignInfo(ca::CryptPacket& packet)
     return infos;
 }
 
-void CSesModule::GetSignInfo(ca::CryptPacket& packet, CancellationToken&) {
-    std::unique_ptr<ca::SignInfos> infos = _GetSignInfo(packet);
+void GetSignInfo(SEngine& engine, ca::CryptPacket& packet) {
+    std::unique_ptr<ca::SignInfos> infos = ReadSignInfo(engine, packet);
     if (infos != nullptr) {
         packet.response.SetObject(std::move(infos), false);
     }
 }
 
-void CSesModule::Verify(ca::CryptPacket& packet, CancellationToken&) {
+void Verify(SEngine& engine, ca::CryptPacket& packet) {
     try {
         if (!packet.request.isAttached && packet.request.sendSignData.size == 0) {
-            Fail(375, ca::kNoDataInArgs);
+            ca::RaiseAt({"CryptoModule", 375}, ca::kNoDataInArgs);
         }
-        const std::unique_ptr<ca::SignInfos> infos = _GetSignInfo(packet);
+        const std::unique_ptr<ca::SignInfos> infos = ReadSignInfo(engine, packet);
         auto result = std::make_unique<ca::VerificationResult>();
         if (infos != nullptr && !infos->items.empty()) {
             const ca::SignInfo& first = *infos->items.front();
@@ -102,12 +99,12 @@ void CSesModule::Verify(ca::CryptPacket& packet, CancellationToken&) {
     }
 }
 
-void CSesModule::VerifyRaw(ca::CryptPacket& packet, CancellationToken&) {
+void VerifyRaw(SEngine&, ca::CryptPacket& packet) {
     packet.response.SetObject(std::make_unique<ca::VerificationResult>(), false);
     packet.response.errorCode = ca::kOk;
 }
 
-void CSesModule::GetSignInfo2(ca::CryptPacket& packet, CancellationToken&) {
+void GetSignInfo2(SEngine&, ca::CryptPacket& packet) {
     ca::CryptRequest& request = packet.request;
     request.isAttached = false;
     auto array = std::make_unique<ca::SignInfosArray>();
@@ -124,7 +121,7 @@ void CSesModule::GetSignInfo2(ca::CryptPacket& packet, CancellationToken&) {
     packet.response.SetObject(std::move(array), false);
 }
 
-void CSesModule::GetSignType(ca::CryptPacket& packet, CancellationToken&) {
+void GetSignType(SEngine&, ca::CryptPacket& packet) {
     ca::CryptRequest& request = packet.request;
     if ((request.mode == 44 || request.sendSignData.size == 0) && request.GetFileDataSize() == 0) {
         ca::LogError(ca::GetLineString("CryptoModule", 774).c_str(), L"", ca::kNoDataInArgs, false);
@@ -136,3 +133,5 @@ void CSesModule::GetSignType(ca::CryptPacket& packet, CancellationToken&) {
     packet.response.errorMessage = L"Detached";
     LogEvent(SetVALKOMessage(msg::kDetachedSignature), false);
 }
+
+}  // namespace ses

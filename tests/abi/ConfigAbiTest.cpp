@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "config/FileUtil.h"
+#include "base/FileUtil.h"
 #include "tests/support/HostModule.h"
 #include "tests/support/TestSupport.h"
 

@@ -5,8 +5,8 @@
 
 #include <fstream>
 
-#include "ca/Encode.h"
-#include "ca/Json.h"
+#include "base/Encode.h"
+#include "base/Json.h"
 #include "ses/SesContainer.h"
 #include "tests/support/HostModule.h"
 

@@ -2,7 +2,7 @@
 #include <chrono>
 #include <thread>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "tests/support/HostModule.h"
 
 namespace {

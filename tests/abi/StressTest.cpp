@@ -2,7 +2,7 @@
 #include <atomic>
 #include <thread>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "ses/Hasher.h"
 #include "tests/support/HostModule.h"
 

@@ -6,8 +6,8 @@
 #include <ctime>
 #include <filesystem>
 
-#include "ca/Encode.h"
-#include "ca/Json.h"
+#include "base/Encode.h"
+#include "base/Json.h"
 #include "tests/asn1/Asn1TestUtil.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "tests/asn1/Asn1TestUtil.h"
 #include "tests/support/ToolRun.h"
 

@@ -4,7 +4,7 @@
 
 #include <typeindex>
 
-#include "module/Log.h"
+#include "base/Log.h"
 #include "tests/asn1/Asn1TestUtil.h"
 #include "tests/support/TestSupport.h"
 

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <typeindex>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "tests/asn1/Asn1TestUtil.h"
 
 namespace {

@@ -4,9 +4,9 @@
 #include <stdexcept>
 
 #include "asn1/x500.h"
-#include "ca/Encode.h"
-#include "module/Lng.h"
-#include "module/Log.h"
+#include "base/Encode.h"
+#include "base/Lng.h"
+#include "base/Log.h"
 #include "tests/asn1/Asn1TestUtil.h"
 #include "tests/support/TestSupport.h"
 

@@ -10,8 +10,8 @@
 
 #include "asn1/CryptAsn1Base.h"
 #include "asn1/CryptAsn1Parser.h"
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 
 namespace asn1test {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "asn1/x500.h"
-#include "module/Lng.h"
+#include "base/Lng.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "asn1/sha1.h"
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 namespace {
 

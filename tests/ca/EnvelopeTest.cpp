@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "ca/CryptPacket.h"
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "tests/support/TestSupport.h"
 
 namespace {

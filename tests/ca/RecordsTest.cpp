@@ -8,7 +8,7 @@
 #include "ca/CryptPacket.h"
 #include "ca/SignInfo.h"
 #include "ca/VerificationResult.h"
-#include "module/Lng.h"
+#include "base/Lng.h"
 
 namespace {
 

@@ -9,13 +9,14 @@
 
 #include "asn1/sha1.h"
 #include "ca/CryptPacket.h"
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "config/ConfigFileParser.h"
-#include "config/FileUtil.h"
+#include "base/FileUtil.h"
 #include "config/Network.h"
 #include "config/PKIConfigFileParser.h"
 #include "module/ClientContext.h"
-#include "module/Lng.h"
+#include "module/RecordFactory.h"
+#include "base/Lng.h"
 #include "module/SesModule.h"
 #include "tests/support/TestSupport.h"
 
@@ -340,6 +341,7 @@ TEST(ConfigJson, RequestCarriesConfigAndPKIConfig) {
     std::string text =
         R"({"mode":37,"config":{"LogMode":3,"Custom CDP list":["a"]},"PKIConfig":{"HttpPort":1}})";
     text.push_back('\0');
+    ca::InstallModuleRecords();  // the configuration records come from the module's factory
     ca::CryptRequest request;
     request.FromJson(text.data(), static_cast<uint32_t>(text.size()));
     const auto* config = dynamic_cast<const ca::ConfigFileParser*>(request.GetObject(ca::kTypeConfig));
@@ -374,7 +376,7 @@ TEST(ConfigModule, ValuesReachTheInitStringAndTheHttpClient) {
     ca::CryptPacket packet;
     packet.request.mode = 37;
     packet.request.clientId = L"c";
-    const CCallContext call(packet, &module);
+    const CCallContext call(packet, module, module.contexts);
     EXPECT_EQ(call.initString, L"TSP_INET_TIMEOUT=1234;SERVICE_MODE=TRUE;");
 }
 

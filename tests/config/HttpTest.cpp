@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "config/Network.h"
 #include "config/curl_isolate.h"
-#include "module/Log.h"
+#include "base/Log.h"
 #include "tests/support/LoopbackHttpServer.h"
 
 namespace {

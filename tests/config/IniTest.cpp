@@ -3,7 +3,7 @@
 #include <sstream>
 #include <string>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "config/inifile.h"
 #include "tests/support/TestSupport.h"
 

@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "ca/Encode.h"
-#include "config/FileUtil.h"
+#include "base/Encode.h"
+#include "base/FileUtil.h"
 #include "config/PKIConfigFileParser.h"
-#include "module/Lng.h"
+#include "base/Lng.h"
 #include "tests/support/TestSupport.h"
 
 namespace {

@@ -78,7 +78,7 @@ TEST(CallContext, InitStringAndValues) {
         packet.request.mode = 37;
         packet.request.clientId = L"c";
         packet.request.extInitParams = c.ext;
-        const CCallContext call(packet, &module);
+        const CCallContext call(packet, module, module.contexts);
         EXPECT_EQ(packet.callContext, &call);
         EXPECT_EQ(call.initString, c.initString);
         EXPECT_EQ(call.forceCertInclude, c.force);
@@ -93,7 +93,7 @@ TEST(CallContext, ProbesAndContextFreeModesAcquireNothing) {
         ca::CryptPacket packet;
         packet.request.mode = mode;
         packet.request.test = mode == 37;
-        const CCallContext call(packet, &module);
+        const CCallContext call(packet, module, module.contexts);
         EXPECT_EQ(call.context, nullptr);
         EXPECT_TRUE(call.initString.empty());
     }
@@ -109,7 +109,7 @@ TEST(CallContext, BadForceCertIncludeIsABadRequest) {
         packet.request.mode = 38;
         packet.request.extInitParams = value;
         try {
-            const CCallContext call(packet, &module);
+            const CCallContext call(packet, module, module.contexts);
             ADD_FAILURE() << "accepted";
         } catch (const ca::Exception& e) {
             EXPECT_EQ(e.code, ca::kJsonError);

@@ -7,7 +7,7 @@
 
 #include "mod_ses.h"
 #include "module/CryptoModule.h"
-#include "module/Log.h"
+#include "base/Log.h"
 #include "tests/support/HostModule.h"
 #include "tests/support/LoopbackHttpServer.h"
 #include "tests/support/TestSupport.h"

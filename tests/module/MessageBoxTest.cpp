@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "module/Log.h"
+#include "base/Log.h"
 #include "module/MessageBox.h"
 
 #if defined(__has_feature)

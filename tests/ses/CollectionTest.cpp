@@ -3,7 +3,7 @@
 
 #include <fstream>
 
-#include "module/Log.h"
+#include "base/Log.h"
 #include "ses/CCertificateCollection.h"
 #include "ses/SesContainer.h"
 #include "ses/Utils.h"

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "ses/SesContainer.h"
 #include "ses/SesXml.h"
 #include <tinyxml.h>

@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "ca/ErrorCodes.h"
+#include "base/ErrorCodes.h"
 #include "module/SesModule.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include <mutex>
 #include <stdexcept>
 

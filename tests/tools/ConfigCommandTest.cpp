@@ -8,8 +8,8 @@
 #include <string>
 
 #include "config/ConfigFileParser.h"
-#include "config/FileUtil.h"
-#include "module/Lng.h"
+#include "base/FileUtil.h"
+#include "base/Lng.h"
 #include "tests/support/TestSupport.h"
 #include "tests/support/ToolRun.h"
 

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "asn1/CryptAsn1Parser.h"
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "ca/Encode.h"
-#include "ca/Exception.h"
-#include "config/FileUtil.h"
+#include "base/Encode.h"
+#include "base/Exception.h"
+#include "base/FileUtil.h"
 #include "ses/SesContainer.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "ca/Encode.h"
-#include "ca/Exception.h"
+#include "base/Encode.h"
+#include "base/Exception.h"
 #include "ses/CCertificateCollection.h"
 #include "ses/SesContainer.h"
 #include "tools/sestool/CommandSupport.h"

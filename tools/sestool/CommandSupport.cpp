@@ -10,9 +10,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "ca/Encode.h"
-#include "config/FileUtil.h"
-#include "config/SpecialFolder.h"
+#include "base/Encode.h"
+#include "base/FileUtil.h"
+#include "base/SpecialFolder.h"
 #include "tools/sestool/Progress.h"
 
 namespace sestool {
@@ -346,26 +346,11 @@ std::string Printable(const std::string& utf8) {
 }
 
 bool MakeFolders(const std::string& path, unsigned mode, std::string& error) {
-    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        const std::string part = path.substr(0, slash);
-        if (mkdir(part.c_str(), static_cast<mode_t>(mode)) != 0 && errno != EEXIST) {
-            error = SystemError("cannot create folder", part);
-            return false;
-        }
-        if (slash == std::string::npos) {
-            break;
-        }
-    }
-    struct stat info {};
-    if (stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-        error = "'" + path + "' is not a folder";
+    if (!ca::TryCreateDir(path, mode)) {
+        error = SystemError("cannot create folder", path);
         return false;
     }
     return true;
-}
-
-std::string CertificateFolder() {
-    return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/";
 }
 
 bool PrintModuleLogLine(const wchar_t* text, bool isError) {

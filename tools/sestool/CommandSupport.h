@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "ca/Json.h"
+#include "base/Json.h"
+#include "ses/CCertificateCollection.h"
 #include "tools/sestool/ModuleHost.h"
 #include "tools/sestool/Options.h"
 
@@ -119,8 +120,6 @@ std::string Printable(const std::string& utf8);
 // MakeFolders creates path and its missing parents, each new one with mode (less the umask).
 bool MakeFolders(const std::string& path, unsigned mode, std::string& error);
 
-// CertificateFolder is the folder the module loads its certificates from, with a trailing "/".
-std::string CertificateFolder();
 
 // PrintModuleLogLine is the log callback handed to CM_Init: it prints "[log] text" or
 // "[error] text" on standard error once SetVerboseLog(true) was called, and nothing otherwise.

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <new>
 
-#include "ca/Exception.h"
+#include "base/Exception.h"
 
 namespace sestool {
 

@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 #include "config/ConfigFileParser.h"
+#include "base/FileUtil.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "ca/Json.h"
+#include "base/Json.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 #include "tools/sestool/ModuleHost.h"

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "ca/ErrorCodes.h"
+#include "base/ErrorCodes.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "ses/SesContainer.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"

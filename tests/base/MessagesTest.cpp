@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "module/ErrorMessageHelper.h"
-#include "module/Lng.h"
+#include "base/ErrorMessageHelper.h"
+#include "base/Lng.h"
 
 namespace {
 

@@ -10,8 +10,8 @@ std::wstring GetErrorMessage(uint32_t code, bool withStatus);
 
 namespace ca {
 
-// ErrorMessageHelper maps codes to texts. It keeps the configured custom handler list; the list
-// does not change any text in this module.
+// ErrorMessageHelper maps codes to texts. The configured custom handler list belongs to the current
+// module's binding; the list does not change any text in this module.
 class ErrorMessageHelper {
 public:
     std::wstring GetErrorMessage(uint32_t code, bool withStatus) const;
@@ -19,14 +19,11 @@ public:
     std::wstring GetErrorMessageCustom(uint32_t code, const std::vector<std::wstring>& handlers,
                                        bool withStatus) const;
 
-    void SetHandlers(std::vector<std::wstring> inHandlers) { handlers = std::move(inHandlers); }
-    const std::vector<std::wstring>& Handlers() const { return handlers; }
+    void SetHandlers(std::vector<std::wstring> inHandlers);
+    const std::vector<std::wstring>& Handlers() const;
 
     // Instance is the helper of the module whose call runs on this thread (see CurrentBinding).
     static ErrorMessageHelper& Instance();
-
-private:
-    std::vector<std::wstring> handlers;
 };
 
 }  // namespace ca

@@ -1,4 +1,4 @@
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 #include <sys/random.h>
 
@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 
 namespace ca {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "ca/Blob.h"
+#include "base/Blob.h"
 
 namespace ca {
 

@@ -1,8 +1,8 @@
-#include "ca/Json.h"
+#include "base/Json.h"
 
 #include <cstring>
 
-#include "ca/Encode.h"
+#include "base/Encode.h"
 
 namespace ca {
 

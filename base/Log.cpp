@@ -1,13 +1,13 @@
-#include "module/Log.h"
+#include "base/Log.h"
 
 #include <cstdarg>
 #include <cstdio>
 #include <cwchar>
 
-#include "ca/Encode.h"
-#include "ca/Exception.h"
-#include "module/Binding.h"
-#include "module/ErrorMessageHelper.h"
+#include "base/Encode.h"
+#include "base/Exception.h"
+#include "base/Binding.h"
+#include "base/ErrorMessageHelper.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ CBindingScope::~CBindingScope() { tBinding = _previous; }
 bool LogInit(LogCallback callback, const std::vector<std::wstring>& customErrorHandlers) {
     SBinding& binding = CurrentBinding();
     binding.callback.store(callback);
-    binding.errors.SetHandlers(customErrorHandlers);
+    binding.customErrorHandlers = customErrorHandlers;
     return true;
 }
 
@@ -91,6 +91,11 @@ void LogError(const wchar_t* detail, const wchar_t* context, uint32_t code, bool
     if (throwIt) {
         throw Exception(code, ::GetErrorMessage(code, false));
     }
+}
+
+void RaiseAt(SSourceLine where, uint32_t code) {
+    LogError(GetLineString(where.unit, where.line).c_str(), L"", code, true);
+    throw Exception(code);  // not reached: LogError throws
 }
 
 std::wstring GetLineString(const char* file, long line, const char* /*buildDate*/) {

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "ca/Encode.h"
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/Encode.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 #include "tests/support/TestSupport.h"
 
 namespace {

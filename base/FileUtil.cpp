@@ -1,4 +1,4 @@
-#include "config/FileUtil.h"
+#include "base/FileUtil.h"
 
 #include <fcntl.h>
 #include <sys/random.h>

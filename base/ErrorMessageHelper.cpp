@@ -1,10 +1,10 @@
-#include "module/ErrorMessageHelper.h"
+#include "base/ErrorMessageHelper.h"
 
 #include <cstddef>
 #include <iterator>
 
-#include "module/Binding.h"
-#include "module/Lng.h"
+#include "base/Binding.h"
+#include "base/Lng.h"
 
 namespace {
 
@@ -248,7 +248,7 @@ std::wstring GetErrorMessage(uint32_t code, bool withStatus) {
 namespace ca {
 
 std::wstring ErrorMessageHelper::GetErrorMessage(uint32_t code, bool withStatus) const {
-    return GetErrorMessageCustom(code, handlers, withStatus);
+    return GetErrorMessageCustom(code, Handlers(), withStatus);
 }
 
 std::wstring ErrorMessageHelper::GetErrorMessageNoCustom(uint32_t code, bool withStatus) const {
@@ -277,6 +277,15 @@ std::wstring ErrorMessageHelper::GetErrorMessageCustom(uint32_t code, const std:
     return std::wstring();
 }
 
-ErrorMessageHelper& ErrorMessageHelper::Instance() { return CurrentBinding().errors; }
+void ErrorMessageHelper::SetHandlers(std::vector<std::wstring> inHandlers) {
+    CurrentBinding().customErrorHandlers = std::move(inHandlers);
+}
+
+const std::vector<std::wstring>& ErrorMessageHelper::Handlers() const { return CurrentBinding().customErrorHandlers; }
+
+ErrorMessageHelper& ErrorMessageHelper::Instance() {
+    static ErrorMessageHelper helper;  // stateless: what it keeps lives in the binding
+    return helper;
+}
 
 }  // namespace ca

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
-#include "module/Log.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
+#include "base/Log.h"
 #include "tests/support/TestSupport.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "config/FileUtil.h"
+#include "base/FileUtil.h"
 #include "tests/support/TestSupport.h"
 
 namespace {

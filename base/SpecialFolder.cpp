@@ -1,4 +1,4 @@
-#include "config/SpecialFolder.h"
+#include "base/SpecialFolder.h"
 
 #include <pwd.h>
 #include <unistd.h>

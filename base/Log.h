@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "module/Binding.h"
+#include "base/Binding.h"
 
 // LogInit binds the host's callback to the current binding (null silences the module) and installs the custom
 // error handler list in the error-message helper. Returns true.
@@ -27,6 +27,17 @@ bool LogEventFmt(const wchar_t* format, bool isError, Args... args) {
 // LogError writes "context: detail" and "context: <status text of code>" as error lines, then
 // throws Exception(code, GetErrorMessage(code, false)) when throwIt is set.
 void LogError(const wchar_t* detail, const wchar_t* context, uint32_t code, bool throwIt);
+
+// SSourceLine is a place in the source as the log shows it: {"CryptoModule", 216} logs
+// "CryptoModule:216".
+struct SSourceLine {
+    const char* unit;
+    long line;
+};
+
+// RaiseAt logs where and the text of code as error lines (LogError), then throws Exception(code).
+// The one "log the place, then throw" helper: a struct first, so a swapped call does not compile.
+[[noreturn]] void RaiseAt(SSourceLine where, uint32_t code);
 
 // GetLineString formats a source location as "file:line".
 std::wstring GetLineString(const char* file, long line, const char* buildDate = nullptr);

@@ -1,4 +1,4 @@
-#include "config/TimeUtil.h"
+#include "base/TimeUtil.h"
 
 #include <ctime>
 

@@ -1,4 +1,4 @@
-#include "module/Lng.h"
+#include "base/Lng.h"
 
 #include <array>
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string>
 
-#include "module/Binding.h"
+#include "base/Binding.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 // Every RapidJSON include of the module goes through this header: RapidJSON's asserts must throw
 // (answered 16300) instead of aborting the host.
-#include "ca/ErrorCodes.h"
-#include "ca/Exception.h"
+#include "base/ErrorCodes.h"
+#include "base/Exception.h"
 
 #ifndef RAPIDJSON_ASSERT
 #define RAPIDJSON_ASSERT(x)                                  \
@@ -22,7 +22,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ca/Blob.h"
+#include "base/Blob.h"
 
 namespace ca {
 

@@ -2,17 +2,18 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
+#include <vector>
 
-#include "module/ErrorMessageHelper.h"
 
 using LogCallback = bool (*)(const wchar_t* text, bool isError);
 
 // SBinding is what one module instance gives the bottom layer: its log callback, the language of
-// its texts and its error-message helper. Two modules in one process each keep their own.
+// its texts and the configured error handlers. Two modules in one process each keep their own.
 struct SBinding {
     std::atomic<LogCallback> callback{nullptr};
     std::atomic<uint32_t> language{0};  // 0 reads as English
-    ca::ErrorMessageHelper errors;      // written during CM_Init only
+    std::vector<std::wstring> customErrorHandlers;  // written during CM_Init only
 };
 
 // CurrentBinding is the binding of the module whose call runs on this thread, or the process
