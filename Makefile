@@ -17,7 +17,7 @@ BUILD_DIR ?= build
 CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=Release
 endif
 
-DEB_PACKAGES := cmake make g++ pkg-config ccache binutils qtbase5-dev libtinyxml-dev rapidjson-dev \
+DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 qtbase5-dev libtinyxml-dev rapidjson-dev \
 	libcurl4-openssl-dev libcurl4 googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev
 
 .PHONY: deps build test demo bench fuzz clean
