@@ -17,10 +17,10 @@ BUILD_DIR ?= build
 CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=Release
 endif
 
-DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 qtbase5-dev libtinyxml-dev rapidjson-dev \
+DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 gcovr qtbase5-dev libtinyxml-dev rapidjson-dev \
 	libcurl4-openssl-dev libcurl4 googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev
 
-.PHONY: deps build test demo bench fuzz clean
+.PHONY: deps build test demo bench fuzz coverage clean
 
 deps:
 	@missing=""; for p in $(DEB_PACKAGES); do \
@@ -57,5 +57,15 @@ fuzz: deps
 		$$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $$corpus || exit 1; \
 	done
 
+# Line coverage of the library folders by the whole suite (gcovr).
+coverage: deps
+	cmake -S . -B build-cov -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=--coverage \
+		-DCMAKE_EXE_LINKER_FLAGS=--coverage -DCMAKE_SHARED_LINKER_FLAGS=--coverage
+	cmake --build build-cov -j $(JOBS)
+	find build-cov -name '*.gcda' -delete
+	cd build-cov && QT_QPA_PLATFORM=offscreen ctest -j $(JOBS) > /dev/null || true
+	gcovr -r . --object-directory build-cov -f 'base/' -f 'asn1/' -f 'ca/' -f 'config/' -f 'ses/' -f 'module/' \
+		-e '.*Test.*' --print-summary -o build-cov/coverage.txt
+
 clean:
-	rm -rf build build-san build-tsan build-bench build-fuzz
+	rm -rf build build-san build-tsan build-bench build-fuzz build-cov
