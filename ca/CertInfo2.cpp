@@ -137,10 +137,6 @@ void CertInfoExtension::FromJson(const JsonValue& value) { ReadFields(*this, kEx
 void CertInfoAttribute::ToJson(JsonWriter& writer) const { WriteObject(*this, kAttributeFields, writer); }
 void CertInfoAttribute::FromJson(const JsonValue& value) { ReadFields(*this, kAttributeFields, value); }
 
-void CertInfoExtensionCollection::ToJson(JsonWriter& writer) const { fields::WriteValue(writer, items); }
-void CertInfoExtensionCollection::FromJson(const JsonValue& value) { fields::ReadValue(value, items); }
-void CertInfoAttributeCollection::ToJson(JsonWriter& writer) const { fields::WriteValue(writer, items); }
-void CertInfoAttributeCollection::FromJson(const JsonValue& value) { fields::ReadValue(value, items); }
 
 CertInfo2::CertInfo2(const CertInfo2& other)
     : ISerializable(other), CertInfo2Fields(other), issuerCert(CopyOf(other.issuerCert)) {}
@@ -189,8 +185,6 @@ std::wstring CertInfo2::GetKeyUsageStr(uint32_t bits) {
     return text;
 }
 
-void CertInfos2::ToJson(JsonWriter& writer) const { fields::WriteValue(writer, items); }
-void CertInfos2::FromJson(const JsonValue& value) { fields::ReadValue(value, items); }
 
 void CertInfo::ToJson(JsonWriter& writer) const { WriteObject(*this, kCertInfoFields, writer); }
 void CertInfo::FromJson(const JsonValue& value) { ReadFields(*this, kCertInfoFields, value); }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ca/RecordFields.h"
 #include "ca/Serializable.h"
 #include "ca/VerificationResult.h"
 
@@ -40,25 +41,10 @@ struct CertInfoAttribute {
 };
 
 // CertInfoExtensionCollection is a record's extension list, a JSON array (type id 18).
-class CertInfoExtensionCollection : public ISerializable {
-public:
-    void ToJson(JsonWriter& writer) const override;
-    // FromJson replaces the list. Throws Exception(16300) for anything but an array of extensions.
-    void FromJson(const JsonValue& value) override;
-    int GetType() const override { return kTypeCertInfoExtensions; }
-
-    std::vector<CertInfoExtension> items;
-};
+class CertInfoExtensionCollection : public CListRecord<CertInfoExtension, kTypeCertInfoExtensions> {};
 
 // CertInfoAttributeCollection is an attribute certificate's attribute list (type id 19).
-class CertInfoAttributeCollection : public ISerializable {
-public:
-    void ToJson(JsonWriter& writer) const override;
-    void FromJson(const JsonValue& value) override;
-    int GetType() const override { return kTypeCertInfoAttributes; }
-
-    std::vector<CertInfoAttribute> items;
-};
+class CertInfoAttributeCollection : public CListRecord<CertInfoAttribute, kTypeCertInfoAttributes> {};
 
 // CertInfo2Fields holds CertInfo2's plain fields, so that they copy as one defaulted unit. Only a
 // base: it is never deleted on its own.
@@ -136,15 +122,7 @@ private:
 };
 
 // CertInfos2 is a list of certificate records (type id 7, key "certInfos"), a JSON array.
-class CertInfos2 : public ISerializable {
-public:
-    void ToJson(JsonWriter& writer) const override;
-    // FromJson replaces the list with new records. Throws Exception(16300).
-    void FromJson(const JsonValue& value) override;
-    int GetType() const override { return kTypeCertInfos; }
-
-    std::vector<std::unique_ptr<CertInfo2>> items;
-};
+class CertInfos2 : public CListRecord<std::unique_ptr<CertInfo2>, kTypeCertInfos> {};
 
 // CertInfo is the older, shorter certificate record, the signer's "SignCert" in a SignInfo. It is
 // only ever nested in another record; GetType reports the certificate id 6 for completeness.

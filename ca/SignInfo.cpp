@@ -62,9 +62,5 @@ void SignInfo::_FromJson(const JsonValue& value, size_t depth) {
     coSigners = std::move(read);
 }
 
-void SignInfos::ToJson(JsonWriter& writer) const { fields::WriteValue(writer, items); }
-void SignInfos::FromJson(const JsonValue& value) { fields::ReadValue(value, items); }
-void SignInfosArray::ToJson(JsonWriter& writer) const { fields::WriteValue(writer, items); }
-void SignInfosArray::FromJson(const JsonValue& value) { fields::ReadValue(value, items); }
 
 }  // namespace ca

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ca/CertInfo2.h"
+#include "ca/RecordFields.h"
 #include "ca/Serializable.h"
 #include "ca/VerificationResult.h"
 
@@ -53,25 +54,10 @@ private:
 };
 
 // SignInfos lists the signers of one signature (type id 4, key "signInfo"), a JSON array.
-class SignInfos : public ISerializable {
-public:
-    void ToJson(JsonWriter& writer) const override;
-    // FromJson replaces the list with new records. Throws Exception(16300).
-    void FromJson(const JsonValue& value) override;
-    int GetType() const override { return kTypeSignInfo; }
-
-    std::vector<std::unique_ptr<SignInfo>> items;
-};
+class SignInfos : public CListRecord<std::unique_ptr<SignInfo>, kTypeSignInfo> {};
 
 // SignInfosArray lists the signer lists of several signatures (type id 5, key "signInfoArray"), a
 // JSON array of arrays.
-class SignInfosArray : public ISerializable {
-public:
-    void ToJson(JsonWriter& writer) const override;
-    void FromJson(const JsonValue& value) override;
-    int GetType() const override { return kTypeSignInfoArray; }
-
-    std::vector<std::unique_ptr<SignInfos>> items;
-};
+class SignInfosArray : public CListRecord<std::unique_ptr<SignInfos>, kTypeSignInfoArray> {};
 
 }  // namespace ca

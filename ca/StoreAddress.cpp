@@ -158,26 +158,6 @@ void StoreAddress::ToJson(JsonWriter& writer) const {
     writer.EndObject();
 }
 
-void StoreAddresses::FromJson(const JsonValue& value) {
-    if (!value.IsArray()) {
-        throw Exception(kJsonError);
-    }
-    std::vector<StoreAddress> read;
-    for (const JsonValue& item : value.GetArray()) {
-        read.emplace_back();
-        read.back().FromJson(item);
-    }
-    items = std::move(read);
-}
-
-void StoreAddresses::ToJson(JsonWriter& writer) const {
-    writer.StartArray();
-    for (const StoreAddress& item : items) {
-        item.ToJson(writer);
-    }
-    writer.EndArray();
-}
-
 int FilterAddresses(StoreAddresses& addresses, const std::function<bool(const StoreAddress&)>& keep) {
     const size_t before = addresses.items.size();
     addresses.items.erase(std::remove_if(addresses.items.begin(), addresses.items.end(),

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ca/RecordFields.h"
 #include "ca/Serializable.h"
 
 namespace ca {
@@ -63,14 +64,7 @@ private:
 };
 
 // StoreAddresses is an ordered list of store addresses (JSON: an array of objects).
-class StoreAddresses : public ISerializable {
-public:
-    void FromJson(const JsonValue& value) override;
-    void ToJson(JsonWriter& writer) const override;
-    int GetType() const override { return kTypeStoreAddresses; }
-
-    std::vector<StoreAddress> items;
-};
+class StoreAddresses : public CListRecord<StoreAddress, kTypeStoreAddresses> {};
 
 // LocMap holds the location codes by index.
 extern const wchar_t* const LocMap[10];
