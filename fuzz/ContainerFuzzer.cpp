@@ -1,5 +1,9 @@
 // Feeds arbitrary bytes to the signature-container and certificate readers; whatever parses must
-// print and parse back to the same text.
+// print and parse back to the same text. Each input runs on a thread with a 256 KiB stack, so nesting
+// that escapes the depth guard overflows it at once (TinyXML recurses once per level); run with
+// -max_len=1048576 so that inputs are long enough to nest that deep.
+#include <pthread.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -8,8 +12,16 @@
 #include "fuzz/FuzzTarget.h"
 #include "ses/SesContainer.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const char* text = reinterpret_cast<const char*>(data);
+namespace {
+
+constexpr size_t kStackBytes = size_t{256} << 10;
+
+struct SInput {
+    const char* text;
+    size_t size;
+};
+
+void ReadContainer(const char* text, size_t size) {
     try {
         const auto container = CSesContainer::Parse(text, size);
         const std::string printed = container->Print();
@@ -32,5 +44,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } catch (const ca::Exception&) {
         // Not a JSON object: answered with 16300.
     }
+}
+
+void* ReadOnThread(void* argument) {
+    const auto* input = static_cast<const SInput*>(argument);
+    ReadContainer(input->text, input->size);
+    return nullptr;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    SInput input{reinterpret_cast<const char*>(data), size};
+    pthread_attr_t attributes;
+    pthread_t thread;
+    if (pthread_attr_init(&attributes) != 0 || pthread_attr_setstacksize(&attributes, kStackBytes) != 0 ||
+        pthread_create(&thread, &attributes, ReadOnThread, &input) != 0) {
+        std::fprintf(stderr, "fuzz_container: cannot start the reading thread\n");
+        std::abort();
+    }
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
     return 0;
 }

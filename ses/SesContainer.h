@@ -27,7 +27,7 @@ public:
     std::string Print() const;
 
     // Parse reads an untrusted "SES" document; throws ca::Exception(16101) when the text is not one
-    // well-formed document of bounded depth with an "SES" root element.
+    // document of the XML subset and bounds CheckXmlShape accepts with an "SES" root element.
     static std::unique_ptr<CSesContainer> Parse(const char* text, size_t length);
 
     std::unique_ptr<CSesCert> certificate;
