@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "base/Binding.h"
+#include "base/ErrorCodes.h"
 #include "base/Lng.h"
 
 namespace {
@@ -17,9 +18,9 @@ struct SCodeRow {
 
 // The module's own codes; they win over the general table's rows for the same numbers.
 constexpr SCodeRow kModuleCodes[] = {
-    {16400, L"Loading pkcs11 library failed.", L"Ошибка загрузки библиотеки pkcs11."},
-    {16401, L"Loading pkicore library failed.", L"Ошибка загрузки библиотеки pkicore."},
-    {16402, L"Pin input canceled by user.", L"Ввод пина отменен пользователем."},
+    {ca::kPkcs11LoadFailed, L"Loading pkcs11 library failed.", L"Ошибка загрузки библиотеки pkcs11."},
+    {ca::kPkiCoreLoadFailed, L"Loading pkicore library failed.", L"Ошибка загрузки библиотеки pkicore."},
+    {ca::kPinCancelled, L"Pin input canceled by user.", L"Ввод пина отменен пользователем."},
 };
 
 // Searched in this order, first match wins.
@@ -30,15 +31,15 @@ constexpr SCodeRow kGeneralCodes[] = {
     {16128, L"CRL file operation error", L"Ошибка операции с файлом списка отозванных сертификатов"},
     {16113, L"Certificate error", L"Ошибка в структуре сертификата"},
     {16116, L"No connection with OruCrypto Service ", L"Нет связи с сервисом OruCrypto"},
-    {16118, L"No data in argument(s)", L"Пустой аргумент"},
+    {ca::kNoDataInArgs, L"No data in argument(s)", L"Пустой аргумент"},
     {16131, L"Function unavailable. Working in service mode",
      L"Функция не доступна при работе в режиме службы"},
     {16132, L"Temp file operation error", L"Ошибка операции с временным файлом"},
-    {16197, L"Execution error", L"Ошибка выполнения операции"},
+    {ca::kExecutionError, L"Execution error", L"Ошибка выполнения операции"},
     {16198, L"Missversion of components", L"Версии компонентов не совпадают"},
     {16250, L"Stores enumeration error", L"Ошибка получения списка хранилищ сертификатов"},
     {16251, L"Certificates enumeration error", L"Ошибка получения списка сертификатов"},
-    {16252, L"Wrong store address", L"Ошибочный адрес хранилища"},
+    {ca::kWrongStoreAddress, L"Wrong store address", L"Ошибочный адрес хранилища"},
     {16253,
      L"Recepients list is hidden.\r\nNo certificates, matching recepients list was found in selected "
      L"certificate storages.",
@@ -59,20 +60,20 @@ constexpr SCodeRow kGeneralCodes[] = {
      L"Нет связанного приложения для открытия данного файла"},
     {16261, L"The user cancelled the dialog box", L"Пользователь отменил выбор файла"},
     {16262, L"Wrong file format", L"Неверный формат файла"},
-    {16263, L"Connection error", L"Невозможно соединиться с сервером"},
-    {16264, L"Server error", L"Ошибка сервера"},
+    {ca::kConnectionError, L"Connection error", L"Невозможно соединиться с сервером"},
+    {ca::kServerError, L"Server error", L"Ошибка сервера"},
     {16265, L"Application not found", L"Приложение не найдено"},
     {16266, L"Application exited with error", L"Приложение завершилось с ошибкой"},
     {16267, L"No scanner device was found.", L"Сканер не найден."},
-    {16268, L"Incorrect parameters.", L"Параметры операции заданы неверно."},
-    {16300, L"Error parsing JSON.", L"Ошибка парсинга JSON."},
-    {16301, L"File not found.", L"Файл не найден."},
-    {16302, L"Error initializing CURL.", L"Ошибка инициализации CURL."},
-    {16303, L"Method not supported.", L"Метод не поддерживается."},
+    {ca::kIncorrectParameters, L"Incorrect parameters.", L"Параметры операции заданы неверно."},
+    {ca::kJsonError, L"Error parsing JSON.", L"Ошибка парсинга JSON."},
+    {ca::kFileNotFound, L"File not found.", L"Файл не найден."},
+    {ca::kCurlInitError, L"Error initializing CURL.", L"Ошибка инициализации CURL."},
+    {ca::kMethodNotSupported, L"Method not supported.", L"Метод не поддерживается."},
     {16304, L"No available recipient certificates in current store set.",
      L"Нет доступных сертификатов получателей зашифрованного сообщения в текущих хранилищах."},
-    {16305, L"Error occured during upload operation: ", L"Произошла ошибка во время загрузки данных: "},
-    {16306, L"Bad data", L"Плохие данные"},
+    {ca::kUploadError, L"Error occured during upload operation: ", L"Произошла ошибка во время загрузки данных: "},
+    {ca::kBadData, L"Bad data", L"Плохие данные"},
     {16307, L"Need more data tp complete operation.",
      L"Необходимы дополнительные данные для завершения операции."},
     {16308, L"The selected file doesn't contain signed data",
@@ -88,9 +89,8 @@ constexpr SCodeRow kGeneralCodes[] = {
     {16404, L"Can't get connection point", L"Не удалось получить точку подключения"},
 };
 
-constexpr uint32_t kFirstChainCode = 16201;
 
-// Certificate chain status, indexed by code - kFirstChainCode.
+// Certificate chain status, indexed by code - ca::kChainFirst.
 constexpr SCodeRow kChainCodes[] = {
     {16201, L"This certificate or one of the certificates in the certificate chain is not time valid",
      L"Цепочка содержит просроченный или не вступивший в действие сертификат"},
@@ -179,17 +179,17 @@ constexpr SCodeRow kChainCodes[] = {
      L"использованию"},
 };
 
-constexpr uint32_t kLastChainCode = kFirstChainCode + std::size(kChainCodes) - 1;
 
 constexpr bool ChainRowsFollowCodes() {
     for (size_t i = 0; i < std::size(kChainCodes); ++i) {
-        if (kChainCodes[i].code != kFirstChainCode + i) {
+        if (kChainCodes[i].code != ca::kChainFirst + i) {
             return false;
         }
     }
     return true;
 }
-static_assert(ChainRowsFollowCodes() && kLastChainCode == 16223, "chain row is code - 16201");
+static_assert(ChainRowsFollowCodes() && ca::kChainFirst + std::size(kChainCodes) - 1 == ca::kChainLast,
+              "one chain row per code, in order");
 static_assert(std::size(kModuleCodes) == 3 && std::size(kGeneralCodes) == 46);
 
 constexpr ValkoMessage kNoMessage = kMessageCount;
@@ -204,15 +204,15 @@ struct SStatusRow {
 };
 
 constexpr SStatusRow kStatusCodes[] = {
-    {16104, L"NEED", kNoMessage, kNoMessage},
-    {0, L"DONE", kNoMessage, kNoMessage},
-    {232, L"ERROR ", msg::kNoData, msg::kNoData},
-    {16101, L"", msg::kFileOperationError, msg::kFileOperationError},
-    {16102, L"", msg::kStoreError, msg::kStoreError},
-    {16109, L"DONE Invalid", kNoMessage, msg::kSignatureInvalid},
-    {16123, L"DONE Invalid ", msg::kCertTimeInvalid, msg::kCertTimeInvalid},
-    {16199, L"DONE ", msg::kSignatureNotVerified, msg::kSignatureNotVerified},
-    {16200, L"DONE Valid ", msg::kNoErrorForCert, msg::kNoErrorForCert},
+    {ca::kNeedCert, L"NEED", kNoMessage, kNoMessage},
+    {ca::kOk, L"DONE", kNoMessage, kNoMessage},
+    {ca::kNoDataShort, L"ERROR ", msg::kNoData, msg::kNoData},
+    {ca::kFileOperationError, L"", msg::kFileOperationError, msg::kFileOperationError},
+    {ca::kStoreError, L"", msg::kStoreError, msg::kStoreError},
+    {ca::kSignatureInvalid, L"DONE Invalid", kNoMessage, msg::kSignatureInvalid},
+    {ca::kCertTimeInvalid, L"DONE Invalid ", msg::kCertTimeInvalid, msg::kCertTimeInvalid},
+    {ca::kSignatureNotVerified, L"DONE ", msg::kSignatureNotVerified, msg::kSignatureNotVerified},
+    {ca::kCertValid, L"DONE Valid ", msg::kNoErrorForCert, msg::kNoErrorForCert},
 };
 
 const wchar_t* Localized(const SCodeRow& row) {
@@ -269,9 +269,9 @@ std::wstring ErrorMessageHelper::GetErrorMessageCustom(uint32_t code, const std:
             return error + Localized(row);
         }
     }
-    if (code >= kFirstChainCode && code <= kLastChainCode) {
+    if (code >= ca::kChainFirst && code <= ca::kChainLast) {
         const std::wstring invalid = withStatus ? L"DONE Invalid " : L"";
-        return invalid + Localized(kChainCodes[code - kFirstChainCode]);
+        return invalid + Localized(kChainCodes[code - ca::kChainFirst]);
     }
     // Deliberate: an unknown code (50, anything below 232 but 0) has no text; the host shows the code.
     return std::wstring();

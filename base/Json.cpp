@@ -91,6 +91,19 @@ bool ReadBool(const JsonValue& object, const char* key, bool& out) {
     return true;
 }
 
+SFramedText SplitAtNul(const char* text, size_t length) {
+    SFramedText split;
+    if (text == nullptr) {
+        return split;
+    }
+    split.jsonLength = strnlen(text, length);
+    if (split.jsonLength < length) {
+        split.tail = reinterpret_cast<const uint8_t*>(text) + split.jsonLength + 1;
+        split.tailLength = length - split.jsonLength - 1;
+    }
+    return split;
+}
+
 const char* ExpectString(const JsonValue& value) {
     if (!value.IsString()) {
         throw Exception(kJsonError);

@@ -46,6 +46,17 @@ bool ReadWString(const JsonValue& object, const char* key, std::wstring& out);
 // ReadBase64 decodes a string value into blob (the old buffer is released first).
 bool ReadBase64(const JsonValue& object, const char* key, Blob& blob);
 
+// SFramedText is a request or response buffer split at its first NUL: the JSON text before it and,
+// when there is a NUL, the raw bytes after it (tail is null without one).
+struct SFramedText {
+    size_t jsonLength = 0;
+    const uint8_t* tail = nullptr;
+    size_t tailLength = 0;
+};
+
+// SplitAtNul splits text[0, length); a null text gives an empty split.
+SFramedText SplitAtNul(const char* text, size_t length);
+
 // ExpectString returns value's text or throws Exception(16300).
 const char* ExpectString(const JsonValue& value);
 

@@ -56,21 +56,13 @@ void AttachRawBytes(SerializableContainer& container, const uint8_t* tail, size_
     container.SetObject(std::make_unique<FileData>(tail, dataSize), true);
 }
 
-// Tail returns where the raw bytes behind the JSON text's NUL start, or null without a NUL.
-const uint8_t* Tail(const char* text, uint32_t length, size_t& tailLength) {
-    const size_t jsonLength = text == nullptr ? length : strnlen(text, length);
-    tailLength = jsonLength < length ? length - jsonLength - 1 : 0;
-    return jsonLength < length ? reinterpret_cast<const uint8_t*>(text) + jsonLength + 1 : nullptr;
-}
-
 }  // namespace
 
 CryptRequest::~CryptRequest() = default;
 
 void CryptRequest::FromJson(char* text, uint32_t length) {
-    size_t tailLength = 0;
-    const uint8_t* tail = Tail(text, length, tailLength);
-    FromJson(text, text == nullptr ? 0 : strnlen(text, length), tail, tailLength);
+    const SFramedText split = SplitAtNul(text, length);
+    FromJson(text, split.jsonLength, split.tail, split.tailLength);
 }
 
 void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength) {
@@ -208,8 +200,9 @@ void CryptRequest::ToJson(rapidjson::StringBuffer& buffer) const {
 }
 
 void CryptResponse::FromJson(char* text, uint32_t length) {
+    const SFramedText split = SplitAtNul(text, length);
     rapidjson::Document doc;
-    ParseJson(doc, text, text == nullptr ? 0 : strnlen(text, length));
+    ParseJson(doc, text, split.jsonLength);
     if (!doc.IsObject()) {
         throw Exception(kJsonError);
     }
@@ -221,9 +214,7 @@ void CryptResponse::FromJson(char* text, uint32_t length) {
     ReadBase64(doc, "sendSignData", sendSignData);
     uint32_t dataSize = 0;
     if (ReadUint(doc, "fileDataSize", dataSize)) {
-        size_t tailLength = 0;
-        const uint8_t* tail = Tail(text, length, tailLength);
-        AttachRawBytes(*this, tail, tailLength, dataSize);
+        AttachRawBytes(*this, split.tail, split.tailLength, dataSize);
         binaryFileData = true;
         return;
     }

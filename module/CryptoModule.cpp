@@ -55,17 +55,14 @@ void CryptoModule::_RunRequest(const CMPacket& host, CryptPacket& packet) {
     try {
         // Only the JSON text is copied (the pre-parse edits it in place); raw bytes behind its NUL
         // are read straight from the host's buffer, once.
-        const size_t jsonLength = host.request == nullptr ? 0 : strnlen(host.request, host.requestLength);
-        MallocPtr text = AllocOrThrow(jsonLength + 1);
-        if (jsonLength != 0) {
-            std::memcpy(text.get(), host.request, jsonLength);
+        const SFramedText split = SplitAtNul(host.request, host.requestLength);
+        MallocPtr text = AllocOrThrow(split.jsonLength + 1);
+        if (split.jsonLength != 0) {
+            std::memcpy(text.get(), host.request, split.jsonLength);
         }
-        text[jsonLength] = 0;
-        const bool hasTail = jsonLength < host.requestLength;
-        packet.request.FromJson(
-            host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()), jsonLength,
-            hasTail ? reinterpret_cast<const uint8_t*>(host.request) + jsonLength + 1 : nullptr,
-            hasTail ? host.requestLength - jsonLength - 1 : 0);
+        text[split.jsonLength] = 0;
+        packet.request.FromJson(host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()),
+                                split.jsonLength, split.tail, split.tailLength);
         text.reset();
         if (config.logMode == 3) {
             const std::string encoded =
