@@ -82,7 +82,7 @@ void CStreamArray::Stream(CryptPacket& packet, StreamType type, CancellationToke
         throw Exception(kExecutionError);
     }
     packet.response.streamId = stream->id;
-    stream->lastUsed.store(clock());
+    stream->lastUsed.store(sweep.Now());
     // A final chunk ends its stream whether or not the chunk could be taken.
     struct SCloser {
         CStreamArray* array;
@@ -112,12 +112,11 @@ std::shared_ptr<CStreamBase> CStreamArray::_FindOrAdd(
     const std::function<std::shared_ptr<CStreamBase>(uint32_t)>& make) {
     std::vector<std::shared_ptr<CStreamBase>> dropped;  // destroyed after the lock is released
     std::lock_guard<std::mutex> guard(lock);
-    const uint32_t now = clock();
-    if (static_cast<uint32_t>(now - lastSweep) > kSweepInterval) {
-        lastSweep = now;
+    const uint32_t now = sweep.Now();
+    if (sweep.Due(now)) {
         for (auto it = streams.begin(); it != streams.end();) {
             auto next = std::next(it);
-            if (static_cast<uint32_t>(now - it->second->lastUsed.load()) > kMaxIdle) {
+            if (CIdleSweep::IsIdle(now, it->second->lastUsed.load())) {
                 dropped.push_back(_Erase(it));
             }
             it = next;

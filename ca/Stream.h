@@ -11,7 +11,7 @@
 
 #include "base/Blob.h"
 #include "ca/CryptPacket.h"
-#include "base/TimeUtil.h"
+#include "base/IdleSweep.h"
 #include "base/CancellationToken.h"
 
 namespace ca {
@@ -75,15 +75,15 @@ private:
 // kMaxStreamsPerClient. An unknown id opens a new stream, whose id the answer carries.
 class CStreamArray {
 public:
-    static constexpr uint32_t kSweepInterval = 3600000;  // ms
-    static constexpr uint32_t kMaxIdle = 10800000;       // ms
+    static constexpr uint32_t kSweepInterval = CIdleSweep::kSweepInterval;
+    static constexpr uint32_t kMaxIdle = CIdleSweep::kMaxIdle;
     // kMaxStreamsPerClient bounds the streams one client id keeps open at once.
     static constexpr size_t kMaxStreamsPerClient = 8;
     // kMaxHeldBytes bounds the payload bytes all open streams hold together.
     static constexpr uint64_t kMaxHeldBytes = uint64_t{2} << 30;
 
     explicit CStreamArray(Clock inClock = RealTimeMs, uint64_t heldBytesLimit = kMaxHeldBytes)
-        : budget(std::make_shared<CStreamBudget>(heldBytesLimit)), clock(std::move(inClock)) {}
+        : budget(std::make_shared<CStreamBudget>(heldBytesLimit)), sweep(std::move(inClock)) {}
     CStreamArray(const CStreamArray&) = delete;
     CStreamArray& operator=(const CStreamArray&) = delete;
 
@@ -115,8 +115,7 @@ private:
     mutable std::mutex lock;
     std::unordered_map<uint32_t, std::shared_ptr<CStreamBase>> streams;
     std::unordered_map<std::wstring, size_t> openByClient;
-    Clock clock;
-    uint32_t lastSweep = 0;  // guarded by lock
+    CIdleSweep sweep;  // guarded by lock
 };
 
 }  // namespace ca

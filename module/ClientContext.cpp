@@ -32,23 +32,23 @@ std::shared_ptr<CClientContext> CClientContextArray::AcquireContext(const std::w
     if (clientId.size() > kMaxClientIdLength) {
         throw ca::Exception(ca::kJsonError);
     }
-    if (static_cast<uint32_t>(clock() - lastCleanup.load()) > kSweepInterval) {
-        RemoveOld();  // takes the lock itself
-        lastCleanup.store(clock());
-    }
-    std::shared_ptr<CClientContext> evicted;  // destroyed after the lock is released
+    std::vector<std::shared_ptr<CClientContext>> removed;  // destroyed after the lock is released
     std::lock_guard<std::mutex> guard(lock);
+    const uint32_t now = sweep.Now();
+    if (sweep.Due(now)) {
+        _RemoveOld(removed);
+    }
     if (const auto found = index.find(clientId); found != index.end()) {
         contexts.splice(contexts.begin(), contexts, found->second);
-        (*found->second)->lastUsed.store(clock());
+        (*found->second)->lastUsed.store(sweep.Now());
         return *found->second;
     }
     if (contexts.size() >= kMaxContexts) {
-        evicted = std::move(contexts.back());
-        index.erase(evicted->clientId);
+        removed.push_back(std::move(contexts.back()));
+        index.erase(removed.back()->clientId);
         contexts.pop_back();
     }
-    contexts.push_front(std::make_shared<CClientContext>(clientId, clock()));
+    contexts.push_front(std::make_shared<CClientContext>(clientId, sweep.Now()));
     index.emplace(clientId, contexts.begin());
     return contexts.front();
 }
@@ -66,10 +66,14 @@ void CClientContextArray::Remove(const std::wstring& clientId) {
 void CClientContextArray::RemoveOld() {
     std::vector<std::shared_ptr<CClientContext>> removed;
     std::lock_guard<std::mutex> guard(lock);
-    const uint32_t now = clock();
+    _RemoveOld(removed);
+}
+
+void CClientContextArray::_RemoveOld(std::vector<std::shared_ptr<CClientContext>>& removed) {
+    const uint32_t now = sweep.Now();
     // The whole list is walked: a clock set back can leave an idle context ahead of a fresh one.
     for (auto it = contexts.begin(); it != contexts.end();) {
-        if (static_cast<uint32_t>(now - (*it)->lastUsed.load()) > kMaxIdle) {
+        if (ca::CIdleSweep::IsIdle(now, (*it)->lastUsed.load())) {
             index.erase((*it)->clientId);
             removed.push_back(std::move(*it));
             it = contexts.erase(it);

@@ -8,10 +8,11 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "ca/CryptPacket.h"
 #include "ca/StoreAddress.h"
-#include "base/TimeUtil.h"
+#include "base/IdleSweep.h"
 #include "module/CryptoModule.h"
 
 class CSesModule;
@@ -46,15 +47,15 @@ private:
 // million clients as with one.
 class CClientContextArray {
 public:
-    static constexpr uint32_t kSweepInterval = 3600000;  // ms
-    static constexpr uint32_t kMaxIdle = 10800000;       // ms
+    static constexpr uint32_t kSweepInterval = ca::CIdleSweep::kSweepInterval;
+    static constexpr uint32_t kMaxIdle = ca::CIdleSweep::kMaxIdle;
     // kMaxContexts bounds the contexts kept; a context in use by a call outlives its eviction.
     static constexpr size_t kMaxContexts = 10000;
     // kMaxClientIdLength bounds a "clientId" (characters); a longer one is a bad request (16300).
     static constexpr size_t kMaxClientIdLength = 256;
 
     explicit CClientContextArray(CSesModule* inModule, ca::Clock inClock = ca::RealTimeMs)
-        : module(inModule), clock(std::move(inClock)) {}
+        : module(inModule), sweep(std::move(inClock)) {}
 
     // AcquireContext returns the context of clientId (exact match), creating it when missing.
     // Contexts are shared: one removed meanwhile stays valid for the call holding it.
@@ -68,12 +69,14 @@ public:
 private:
     using ContextList = std::list<std::shared_ptr<CClientContext>>;
 
-    std::atomic<uint32_t> lastCleanup{0};
+    // _RemoveOld is RemoveOld with the lock held.
+    void _RemoveOld(std::vector<std::shared_ptr<CClientContext>>& removed);
+
     ContextList contexts;  // most recently used first
     std::unordered_map<std::wstring, ContextList::iterator> index;
     mutable std::mutex lock;
     [[maybe_unused]] CSesModule* module;
-    ca::Clock clock;
+    ca::CIdleSweep sweep;  // guarded by lock
 };
 
 // CCallContext gathers, for one request, the client context and the initialisation-string values.
