@@ -260,17 +260,19 @@ bool StringToFile(const std::string& path, const std::string& text, unsigned mod
     return WriteFileAtomic(path, text.data(), text.size(), mode, true, ignored);
 }
 
-bool FileToString(const std::string& path, std::string& out, size_t maxBytes) {
+const char* ReadWholeFile(const std::string& path, std::string& out, size_t maxBytes) {
     out.clear();
     // O_NONBLOCK: opening a FIFO without a writer must not hang the host; it is refused below.
     const CFd file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (file.fd < 0) {
-        return false;
+        return "cannot be opened";
     }
     struct stat info {};
-    if (fstat(file.fd, &info) != 0 || !S_ISREG(info.st_mode) ||
-        static_cast<uint64_t>(info.st_size) > maxBytes) {
-        return false;
+    if (fstat(file.fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        return "not a regular file";
+    }
+    if (static_cast<uint64_t>(info.st_size) > maxBytes) {
+        return "larger than allowed";
     }
     out.reserve(static_cast<size_t>(info.st_size));
     char chunk[16384];
@@ -281,18 +283,22 @@ bool FileToString(const std::string& path, std::string& out, size_t maxBytes) {
         }
         if (n < 0) {
             out.clear();
-            return false;
+            return "cannot be read";
         }
         if (n == 0) {
-            return true;
+            return nullptr;
         }
         // The file may have grown since fstat.
         if (static_cast<size_t>(n) > maxBytes - out.size()) {
             out.clear();
-            return false;
+            return "larger than allowed";
         }
         out.append(chunk, static_cast<size_t>(n));
     }
+}
+
+bool FileToString(const std::string& path, std::string& out, size_t maxBytes) {
+    return ReadWholeFile(path, out, maxBytes) == nullptr;
 }
 
 bool IsRegularFile(const std::string& path) {

@@ -37,6 +37,10 @@ bool StringToFile(const std::string& path, const std::string& text, unsigned mod
 // with out emptied.
 bool FileToString(const std::string& path, std::string& out, size_t maxBytes = kMaxTextFileBytes);
 
+// ReadWholeFile is FileToString that says why it failed: null on success, else a short English
+// reason ("not a regular file", "larger than allowed", ...).
+const char* ReadWholeFile(const std::string& path, std::string& out, size_t maxBytes);
+
 // IsRegularFile tells whether path names an existing regular file (symbolic links followed).
 bool IsRegularFile(const std::string& path);
 

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/Encode.h"
+#include "base/FileUtil.h"
 #include "base/Log.h"
 #include "base/SpecialFolder.h"
 #include "ses/SesContainer.h"
@@ -17,7 +18,7 @@
 
 namespace {
 
-constexpr off_t kMaxCertificateFile = 1 << 20;  // a record is a few hundred bytes
+constexpr size_t kMaxCertificateFile = size_t{1} << 20;  // a record is a few hundred bytes
 
 // SDnPart is one attribute of the distinguished-name texts built from a record:
 //   SN Surname (2.5.4.4)        G GivenName (2.5.4.42)          T Title (2.5.4.12)
@@ -129,41 +130,6 @@ std::vector<std::wstring> CCertificateCollection::Ids() const {
     return ids;
 }
 
-namespace {
-
-// ReadRegularFile reads a regular file of bounded size; FIFOs, sockets, folders and broken links
-// are refused without blocking. Returns null, or why the file was not read.
-const char* ReadRegularFile(const std::string& path, std::string& content) {
-    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0) {
-        return "cannot be opened";
-    }
-    struct stat info {};
-    const char* problem = nullptr;
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-        problem = "not a regular file";
-    } else if (info.st_size > kMaxCertificateFile) {
-        problem = "larger than 1 MiB";
-    } else {
-        content.resize(static_cast<size_t>(info.st_size));
-        size_t done = 0;
-        while (done < content.size()) {
-            const ssize_t n = read(fd, content.data() + done, content.size() - done);
-            if (n < 0 && errno == EINTR) {
-                continue;
-            }
-            if (n <= 0) {
-                break;
-            }
-            done += static_cast<size_t>(n);
-        }
-        content.resize(done);
-    }
-    close(fd);
-    return problem;
-}
-
-}  // namespace
 
 std::string CertificateFolder() { return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/"; }
 
@@ -196,7 +162,7 @@ void LoadCertificateFolder(const std::string& folder, CCertificateCollection& co
     closedir(dir);
     for (const std::string& name : names) {
         std::string content;
-        if (const char* problem = ReadRegularFile(folder + name, content); problem != nullptr) {
+        if (const char* problem = ca::ReadWholeFile(folder + name, content, kMaxCertificateFile); problem != nullptr) {
             skip(name, problem);
             continue;
         }
