@@ -17,10 +17,10 @@ BUILD_DIR ?= build
 CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=Release
 endif
 
-DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 gcovr qtbase5-dev libtinyxml-dev rapidjson-dev \
+DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 gcovr clang-format clang-tidy qtbase5-dev libtinyxml-dev rapidjson-dev \
 	libcurl4-openssl-dev libcurl4 googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev
 
-.PHONY: deps build test demo bench fuzz coverage clean
+.PHONY: deps build test demo bench fuzz coverage lint clean
 
 deps:
 	@missing=""; for p in $(DEB_PACKAGES); do \
@@ -56,6 +56,13 @@ fuzz: deps
 		echo "== $$f for $(FUZZ_SECONDS)s"; \
 		$$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $$corpus || exit 1; \
 	done
+
+# Formatting (every C++ file) and the curated clang-tidy checks (library folders), as CI runs them.
+lint: deps
+	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+	cmake -S . -B $(BUILD_DIR) $(CMAKE_EXTRA) > /dev/null
+	run-clang-tidy -p $(BUILD_DIR) -j $(JOBS) -quiet '$(CURDIR)/(base|asn1|ca|config|ses|module)/.*\.cpp$$' > $(BUILD_DIR)/clang-tidy.log 2>&1 \
+		|| { grep -E -A3 'error:|warning:' $(BUILD_DIR)/clang-tidy.log; exit 1; }
 
 # Line coverage of the library folders by the whole suite (gcovr).
 coverage: deps

@@ -267,7 +267,8 @@ std::string u16u8(const std::wstring& text) {
     std::string result;
     result.reserve(text.size());
     for (const wchar_t ch : text) {
-        auto cp = static_cast<uint32_t>(ch);
+        // wchar_t is 32 bits here; clang-tidy 14 mistakes it for a char type.
+        auto cp = static_cast<uint32_t>(ch);  // NOLINT(bugprone-signed-char-misuse)
         if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
             cp = 0xFFFD;
         }

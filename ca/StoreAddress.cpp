@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cwctype>
 #include <iterator>
 
@@ -87,7 +88,8 @@ bool StoreAddress::SetAddress(const std::wstring& inAddress) {
         }
     }
     valid = address.size() <= kMaxAddressLength &&
-            std::all_of(address.begin() + std::min<size_t>(2, address.size()), address.end(), IsMachineChar);
+            std::all_of(address.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(2, address.size())), address.end(),
+                        IsMachineChar);
     return valid;
 }
 

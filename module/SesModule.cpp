@@ -68,7 +68,7 @@ const SModeRow* FindMode(uint32_t mode) {
 
 }  // namespace
 
-CSesModule::CSesModule(bool inServiceMode, ca::Clock clock)
+CSesModule::CSesModule(bool inServiceMode, const ca::Clock& clock)
     : ca::CryptoModule(inServiceMode), contexts(this, clock), streams(this, clock) {}
 
 CSesModule::~CSesModule() {

@@ -15,7 +15,7 @@
 class CSesModule : public ca::CryptoModule {
 public:
     // clock is the time source of client contexts and stream ids (replaceable in tests).
-    explicit CSesModule(bool inServiceMode, ca::Clock clock = ca::RealTimeMs);
+    explicit CSesModule(bool inServiceMode, const ca::Clock& clock = ca::RealTimeMs);
     virtual ~CSesModule();
 
     // Init reads the configuration, binds the host's log callback and loads the local certificates.
