@@ -282,12 +282,19 @@ bool ConfigFileParser::ReadConfig(std::wstring& errorText, bool /*serviceMode*/)
 }
 
 bool ConfigFileParser::ParseConfigFile(std::wstring& errorText) {
-    ClearAll();
-    CIniFileW ini;
-    if (!ini.Load(GetConfigPath())) {
+    std::string bytes;
+    if (!FileToString(u16u8(GetConfigPath()), bytes)) {
+        ClearAll();
         errorText = SetVALKOMessage(msg::kConfigOpenFailed);
         return false;
     }
+    return ParseConfigText(bytes, errorText);
+}
+
+bool ConfigFileParser::ParseConfigText(const std::string& bytes, std::wstring& errorText) {
+    ClearAll();
+    CIniFileW ini;
+    ini.LoadFromBytes(bytes);
     const CIniSectionW* settings = ini.GetSection(kServiceSettings);
     if (settings != nullptr) {
         for (const SConfigKey& key : kConfigKeys) {

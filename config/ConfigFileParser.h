@@ -46,6 +46,9 @@ public:
     // otherwise true with errorText empty. Out-of-range numbers keep their defaults silently. At
     // the end "Language" selects the message language.
     bool ParseConfigFile(std::wstring& errorText);
+    // ParseConfigText reads bytes, the file's text, exactly as ParseConfigFile reads the file, with
+    // the same results except that there is no file to miss.
+    bool ParseConfigText(const std::string& bytes, std::wstring& errorText);
 
     // GetConfigDir is the configuration folder: the special folder of that kind + "/OruCryptoSvc".
     static std::wstring GetConfigDir(ConfigType type = ConfigType::kUser);

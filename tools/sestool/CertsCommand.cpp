@@ -45,7 +45,7 @@ constexpr const char* kCommand = "certs";
 // FetchRecord asks the module for one certificate and reads the record back from the certificate's
 // own "SES" document ("RawData"). Returns the module's exit code on failure.
 int FetchRecord(CModuleSession& session, const std::string& id, std::unique_ptr<CSesCert>& record) {
-    CRequestJson request(kModeGetCertInfo2);
+    CRequestJson request(ca::kModeGetCertInfo2);
     request.Text("senderCertId", id);
     SModuleReply reply;
     if (!session.Call(request, reply)) {
@@ -159,7 +159,7 @@ int RunCerts(const std::vector<std::string>& args) {
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
-    CRequestJson request(kModeEnumCerts);
+    CRequestJson request(ca::kModeEnumCerts);
     SModuleReply reply;
     if (!session.Call(request, reply)) {
         return kExitUsage;

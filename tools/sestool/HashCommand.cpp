@@ -54,7 +54,7 @@ int RunHash(const std::vector<std::string>& args) {
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
-    CRequestJson request(kModeCreateHash);
+    CRequestJson request(ca::kModeCreateHash);
     SModuleReply reply;
     if (!session.CallWithData(request, input, reply)) {
         return kExitUsage;

@@ -90,7 +90,7 @@ int RunSign(const std::vector<std::string>& args) {
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
-    CRequestJson request(kModeSign);
+    CRequestJson request(ca::kModeSign);
     request.Text("senderCertId", certId);
     if (parsed.Has("--comment")) {
         request.Text("comment", parsed.Value("--comment"));

@@ -36,7 +36,7 @@ struct SStoreQuery {
     uint32_t mode;
     const char* key;
 };
-constexpr SStoreQuery kQueries[] = {{kModeEnumStore, "stores"}, {kModeGetCurStore, "storeAddresses"}};
+constexpr SStoreQuery kQueries[] = {{ca::kModeEnumStore, "stores"}, {ca::kModeGetCurStore, "storeAddresses"}};
 
 // StoreAddressText is "NAME", followed by "(location L, address A)" for the parts that are set.
 std::string StoreAddressText(const ca::JsonValue& address) {

@@ -180,7 +180,7 @@ int RunVerify(const std::vector<std::string>& args) {
     if (!session.Open(parsed)) {
         return kExitUsage;
     }
-    CRequestJson request(kModeGetSignInfo);
+    CRequestJson request(ca::kModeGetSignInfo);
     if (!request.Bytes("sendSignData", signature)) {
         PrintError(kCommand, "'" + signaturePath + "' is too large to send (3 GiB and more)");
         return kExitUsage;
