@@ -7,6 +7,7 @@
 
 #include "base/ErrorCodes.h"
 #include "base/Exception.h"
+#include "base/Modes.h"
 #include "config/InitStringParser.h"
 
 ca::StoreAddresses CClientContext::CurrentStores() const {
@@ -123,10 +124,10 @@ void CCallContext::_Build(const ca::CryptoModule& module, CClientContextArray& c
         return;
     }
     switch (request.mode) {
-        case 11:
-        case 24:
-        case 42:
-        case 43:
+        case ca::kModeNoOp11:
+        case ca::kModeNoOp24:
+        case ca::kModeNoOp42:
+        case ca::kModeUnsupported43:
             return;  // these modes need no client context
         default:
             break;

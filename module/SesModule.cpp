@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "base/ErrorCodes.h"
+#include "base/Modes.h"
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
 
@@ -21,33 +22,33 @@ struct SModeRow {
 };
 
 constexpr SModeRow kModes[] = {
-    {11, nullptr, true, nullptr},
-    {14, L"> Sign", true, &CSesModule::Sign},
-    {15, L"> Verify", false, &CSesModule::Verify},
-    {21, L"> SetCert", false, &CSesModule::SetCert},
-    {22, L"> GetCertInfo", false, &CSesModule::GetCertInfo},
-    {24, nullptr, false, nullptr},
-    {25, L"> CertValidation", false, &CSesModule::CertValidation},
-    {27, L"> Sign", true, &CSesModule::Sign},
-    {29, L"> GetSignInfo", false, &CSesModule::GetSignInfo},
-    {34, L"> GetCertInfo2", false, &CSesModule::GetCertInfo2},
-    {35, L"> GetCert", false, &CSesModule::GetCert},
-    {36, L"> SetCurStore", false, &CSesModule::SetCurStore},
-    {37, L"> EnumStore", false, &CSesModule::EnumStore},
-    {38, L"> EnumCerts", false, &CSesModule::EnumCerts},
-    {42, nullptr, false, nullptr},
-    {44, L"> GetSignType", false, &CSesModule::GetSignType},
-    {45, L"> SetCert2", false, &CSesModule::SetCert2},
-    {47, L"> GetCurStore", false, &CSesModule::GetCurStore},
-    {50, L"> CreateHash", false, &CSesModule::CreateHash},
-    {53, L"> StreamSign", true, &CSesModule::StreamSign},
-    {54, L"> StreamVerify", false, &CSesModule::StreamVerify},
-    {55, L"> StreamGetSignInfo", false, &CSesModule::StreamGetSignInfo},
-    {56, L"> SignHash", true, &CSesModule::SignHash},
-    {57, L"> GetSignInfo2", false, &CSesModule::GetSignInfo2},
-    {61, L"> ReleaseClient", false, &CSesModule::ReleaseClient},
-    {63, L"> StreamHash", false, &CSesModule::StreamHash},
-    {65, L"> ParseCert", false, &CSesModule::ParseCert},
+    {ca::kModeNoOp11, nullptr, true, nullptr},
+    {ca::kModeSign, L"> Sign", true, &CSesModule::Sign},
+    {ca::kModeVerify, L"> Verify", false, &CSesModule::Verify},
+    {ca::kModeSetCert, L"> SetCert", false, &CSesModule::SetCert},
+    {ca::kModeGetCertInfo, L"> GetCertInfo", false, &CSesModule::GetCertInfo},
+    {ca::kModeNoOp24, nullptr, false, nullptr},
+    {ca::kModeCertValidation, L"> CertValidation", false, &CSesModule::CertValidation},
+    {ca::kModeSign27, L"> Sign", true, &CSesModule::Sign},
+    {ca::kModeGetSignInfo, L"> GetSignInfo", false, &CSesModule::GetSignInfo},
+    {ca::kModeGetCertInfo2, L"> GetCertInfo2", false, &CSesModule::GetCertInfo2},
+    {ca::kModeGetCert, L"> GetCert", false, &CSesModule::GetCert},
+    {ca::kModeSetCurStore, L"> SetCurStore", false, &CSesModule::SetCurStore},
+    {ca::kModeEnumStore, L"> EnumStore", false, &CSesModule::EnumStore},
+    {ca::kModeEnumCerts, L"> EnumCerts", false, &CSesModule::EnumCerts},
+    {ca::kModeNoOp42, nullptr, false, nullptr},
+    {ca::kModeGetSignType, L"> GetSignType", false, &CSesModule::GetSignType},
+    {ca::kModeSetCert2, L"> SetCert2", false, &CSesModule::SetCert2},
+    {ca::kModeGetCurStore, L"> GetCurStore", false, &CSesModule::GetCurStore},
+    {ca::kModeCreateHash, L"> CreateHash", false, &CSesModule::CreateHash},
+    {ca::kModeStreamSign, L"> StreamSign", true, &CSesModule::StreamSign},
+    {ca::kModeStreamVerify, L"> StreamVerify", false, &CSesModule::StreamVerify},
+    {ca::kModeStreamGetSignInfo, L"> StreamGetSignInfo", false, &CSesModule::StreamGetSignInfo},
+    {ca::kModeSignHash, L"> SignHash", true, &CSesModule::SignHash},
+    {ca::kModeGetSignInfo2, L"> GetSignInfo2", false, &CSesModule::GetSignInfo2},
+    {ca::kModeReleaseClient, L"> ReleaseClient", false, &CSesModule::ReleaseClient},
+    {ca::kModeStreamHash, L"> StreamHash", false, &CSesModule::StreamHash},
+    {ca::kModeParseCert, L"> ParseCert", false, &CSesModule::ParseCert},
 };
 
 constexpr bool ModesAscending() {
@@ -135,7 +136,7 @@ void CSesModule::ProcessClientRequest(ca::CryptPacket& packet, bool isLocal) {
 void CSesModule::StreamSign(ca::CryptPacket& packet, CancellationToken& token) {
     streams.Stream(packet, ca::StreamType::kSimple, token);
     if (packet.request.streamFinalChunk) {
-        packet.request.mode = 27;
+        packet.request.mode = ca::kModeSign27;
         Sign(packet, token);
     }
 }
@@ -143,7 +144,7 @@ void CSesModule::StreamSign(ca::CryptPacket& packet, CancellationToken& token) {
 void CSesModule::StreamVerify(ca::CryptPacket& packet, CancellationToken& token) {
     streams.Stream(packet, ca::StreamType::kSimple, token);
     if (packet.request.streamFinalChunk) {
-        packet.request.mode = 15;
+        packet.request.mode = ca::kModeVerify;
         Verify(packet, token);
     }
 }
@@ -151,7 +152,7 @@ void CSesModule::StreamVerify(ca::CryptPacket& packet, CancellationToken& token)
 void CSesModule::StreamGetSignInfo(ca::CryptPacket& packet, CancellationToken& token) {
     streams.Stream(packet, ca::StreamType::kSimple, token);
     if (packet.request.streamFinalChunk) {
-        packet.request.mode = 29;
+        packet.request.mode = ca::kModeGetSignInfo;
         GetSignInfo(packet, token);
     }
 }

@@ -6,6 +6,7 @@
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
 #include "base/Log.h"
+#include "base/Modes.h"
 #include "ses/Operations.h"
 #include "ses/Hasher.h"
 #include "ses/SesContainer.h"
@@ -123,7 +124,7 @@ void GetSignInfo2(SEngine&, ca::CryptPacket& packet) {
 
 void GetSignType(SEngine&, ca::CryptPacket& packet) {
     ca::CryptRequest& request = packet.request;
-    if ((request.mode == 44 || request.sendSignData.size == 0) && request.GetFileDataSize() == 0) {
+    if ((request.mode == ca::kModeGetSignType || request.sendSignData.size == 0) && request.GetFileDataSize() == 0) {
         ca::LogError(ca::GetLineString("CryptoModule", 774).c_str(), L"", ca::kNoDataInArgs, false);
         packet.response.errorCode = ca::kNoDataInArgs;
         return;
