@@ -4,7 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "asn1/CryptAsn1Base.h"
+#include "asn1/Asn1Constructed.h"
+#include "asn1/Asn1Primitives.h"
 #include "asn1/CryptAsn1Parser.h"
 #include "asn1/x500.h"
 #include "base/Encode.h"

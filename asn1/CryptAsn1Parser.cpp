@@ -14,11 +14,11 @@
 
 namespace {
 
-// Fail raises code from the parse site at line; with logErrors the failure goes through the error
-// logger first (": CryptAsn1Base:190").
+// Fail raises code from the parse site at line: through ca::RaiseAt (": CryptAsn1Base:190" logged
+// first) with logErrors, unlogged without, as a quiet parse wants.
 [[noreturn]] void Fail(uint32_t code, long line, bool logErrors) {
     if (logErrors) {
-        ca::LogError(ca::GetLineString("CryptAsn1Base", line).c_str(), L"", code, true);
+        ca::RaiseAt({"CryptAsn1Base", line}, code);
     }
     throw ca::Exception(code);
 }
@@ -418,4 +418,3 @@ std::vector<uint8_t> CCryptAsn1Parser::Build() {
     out.resize(position);
     return out;
 }
-

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "asn1/CryptAsn1Base.h"
+#include "asn1/Asn1Constructed.h"
 #include "asn1/CryptAsn1Parser.h"
 
 namespace {

@@ -8,7 +8,8 @@
 #include <memory>
 #include <vector>
 
-#include "asn1/CryptAsn1Base.h"
+#include "asn1/Asn1Constructed.h"
+#include "asn1/Asn1Primitives.h"
 #include "asn1/CryptAsn1Parser.h"
 #include "base/ErrorCodes.h"
 #include "base/Exception.h"

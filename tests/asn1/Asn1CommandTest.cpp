@@ -1,10 +1,11 @@
 // "sestool asn1" run as a child process over DER, PEM and broken files in a temporary folder.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <sstream>
 
 #include "base/Encode.h"
 #include "tests/asn1/Asn1TestUtil.h"
@@ -14,145 +15,67 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using SRun = SToolRun;
-
-class Asn1Command : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "asn1-command-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        _dir = pattern;
+TEST(Asn1Command, OutputAndExitCodeForEachInput) {
+    std::string pattern = (fs::temp_directory_path() / "asn1-command-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    const fs::path dir = pattern;
+    const std::vector<uint8_t> der = asn1test::Cert("isrg_x2_ec.der");
+    const std::vector<uint8_t> json = asn1test::Cert("isrg_x2_ec.json");
+    const std::string dump(json.begin(), json.end());
+    const std::string base64 = ca::Base64Encode(der.data(), static_cast<uint32_t>(der.size()));
+    std::string pem = base64;
+    for (size_t at = 64; at < pem.size(); at += 65) {
+        pem.insert(at, "\n");
     }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(_dir, ignored);
+    const std::map<std::string, std::string> files = {
+        {"cert.der", std::string(der.begin(), der.end())},
+        {"cert.pem", "-----BEGIN CERTIFICATE-----\n" + pem + "\n-----END CERTIFICATE-----\n"},
+        {"two.der", std::string("\x02\x01\x01\x05\x00", 5)},
+        {"cut.der", "\x30"},
+    };
+    for (const auto& [name, bytes] : files) {
+        std::ofstream(dir / name, std::ios::binary) << bytes;
     }
-
-    std::string File(const std::string& name, const std::vector<uint8_t>& bytes) {
-        std::ofstream(_dir / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return (_dir / name).string();
-    }
-
-    // Run starts "sestool asn1 ARGS".
-    SRun Run(std::vector<std::string> args) {
-        args.insert(args.begin(), "asn1");
-        return RunSestool(_dir.string(), args);
-    }
-
-    static std::string Read(const fs::path& path) {
-        const auto bytes = asn1test::ReadFile(path.string());
-        return {bytes.begin(), bytes.end()};
-    }
-
-    // Expected is the dump the library gives for the same bytes.
-    static std::string Expected(std::vector<uint8_t> bytes, const wchar_t* path = nullptr) {
-        CCryptAsn1Parser parser;
-        parser.Parse(bytes.data(), bytes.size(), false, false, path == nullptr);
-        if (path == nullptr) {
-            return parser.GetAsn1Structure() + "\n";
+    const std::string integer =
+        R"j({"structure":{"tag":2,"formattedStringValue":"1","tagString":"02 INTEGER(PRIMITIVE)",)j"
+        R"j("length":3,"offset":0,"isUnknownLength":false,"corrupted":false}})j";
+    const std::string null =
+        R"j({"structure":{"tag":5,"formattedStringValue":"Null","tagString":"05 NULL(PRIMITIVE)",)j"
+        R"j("length":2,"offset":3,"isUnknownLength":false,"corrupted":false}})j";
+    struct SCase {
+        std::string args;  // the last word names a file in the folder
+        int exitCode;
+        std::string out;  // exact standard output
+        const char* err;  // in standard error
+    };
+    const SCase cases[] = {
+        {"cert.der", 0, dump, ""},
+        {"cert.pem", 0, dump, ""},
+        {"two.der", 0, integer + "\n", ""},  // the first block only
+        {"--path 1 two.der", 0, null + "\n", ""},
+        {"--all two.der", 0, "[" + integer + "," + null + "]\n", ""},
+        {"cut.der", 1, "", "0x80093102"},
+        {"--path 0/2 two.der", 1, "", "no block at path '0/2'"},
+        {"--path x two.der", 2, "", "--path 'x'"},
+        {"missing.der", 2, "", "missing.der"},
+        {"", 2, "", "expected one FILE"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
+        std::vector<std::string> args = {"asn1"};
+        std::istringstream words(c.args);
+        for (std::string word; words >> word;) {
+            args.push_back(word);
         }
-        rapidjson::StringBuffer buffer;
-        parser.GetBlockByPath(path)->ToJson(buffer);
-        return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
+        if (args.size() > 1) {
+            args.back() = (dir / args.back()).string();
+        }
+        const SToolRun run = RunSestool(dir.string(), args);
+        EXPECT_EQ(run.exitCode, c.exitCode) << run.err;
+        EXPECT_EQ(run.out, c.out);
+        EXPECT_NE(run.err.find(c.err), std::string::npos) << run.err;
     }
-
-    fs::path _dir;
-};
-
-std::string Describe(const SRun& run) {
-    return "exit " + std::to_string(run.exitCode) + "\nstdout: " + run.out + "\nstderr: " + run.err;
-}
-
-TEST_F(Asn1Command, DerAndPemGiveTheSameDump) {
-    const std::vector<uint8_t> der = asn1test::ReadFile(asn1test::CertPath("isrg_x2_ec.der"));
-    std::string body = ca::Base64Encode(der.data(), static_cast<uint32_t>(der.size()));
-    for (size_t at = 64; at < body.size(); at += 65) {
-        body.insert(at, "\n");
-    }
-    const std::string pem = "-----BEGIN CERTIFICATE-----\n" + body + "\n-----END CERTIFICATE-----\n";
-    const std::string bare = ca::Base64Encode(der.data(), static_cast<uint32_t>(der.size()));
-    const std::string expected = Expected(der);
-    for (const std::string& file : {File("cert.der", der), File("cert.pem", {pem.begin(), pem.end()}),
-                                    File("cert.b64", {bare.begin(), bare.end()})}) {
-        SCOPED_TRACE(file);
-        const SRun run = Run({file});
-        EXPECT_EQ(run.exitCode, 0) << Describe(run);
-        EXPECT_EQ(run.out, expected);
-    }
-}
-
-TEST_F(Asn1Command, PathAndAll) {
-    const std::vector<uint8_t> der = asn1test::ReadFile(asn1test::CertPath("comodo_rsa.der"));
-    const std::string cert = File("cert.der", der);
-    SRun run = Run({"--path", "0/0/1", cert});
-    EXPECT_EQ(run.exitCode, 0) << Describe(run);
-    EXPECT_EQ(run.out, Expected(der, L"0/0/1"));
-    EXPECT_NE(run.out.find(R"j("tagString":"02 INTEGER(PRIMITIVE)","length":18,"offset":13)j"), std::string::npos);
-
-    const std::string two = File("two.der", asn1test::FromHex("020101 0500"));
-    run = Run({"--all", two});
-    EXPECT_EQ(run.exitCode, 0) << Describe(run);
-    EXPECT_EQ(run.out,
-              R"j([{"structure":{"tag":2,"formattedStringValue":"1","tagString":"02 INTEGER(PRIMITIVE)","length":3,)j"
-              R"j("offset":0,"isUnknownLength":false,"corrupted":false}},)j"
-              R"j({"structure":{"tag":5,"formattedStringValue":"Null","tagString":"05 NULL(PRIMITIVE)","length":2,)j"
-              R"j("offset":3,"isUnknownLength":false,"corrupted":false}}])j"
-              "\n");
-    run = Run({two});
-    EXPECT_EQ(run.exitCode, 0) << Describe(run);
-    EXPECT_EQ(run.out.find("NULL"), std::string::npos);  // the first block only
-    run = Run({"--path", "1", two});
-    EXPECT_NE(run.out.find("05 NULL(PRIMITIVE)"), std::string::npos) << Describe(run);
-}
-
-TEST_F(Asn1Command, BadInputExitsOneWithTheCode) {
-    struct SCase {
-        const char* hex;
-        std::vector<std::string> options;
-        const char* says;
-    };
-    const SCase cases[] = {
-        {"30", {}, "0x80093102"},
-        {"", {}, "0x80093102"},
-        {"3080020105", {}, "0x80093102"},
-        {"3004020105", {}, "0x80093102"},
-        {"170135", {}, "0x80093102"},  // the block parses, its value does not
-        {"3003020105", {"--path", "0/1"}, "no block at path '0/1'"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.hex);
-        std::vector<std::string> args = c.options;
-        args.push_back(File("bad.der", asn1test::FromHex(c.hex)));
-        const SRun run = Run(args);
-        EXPECT_EQ(run.exitCode, 1) << Describe(run);
-        EXPECT_NE(run.err.find(c.says), std::string::npos) << Describe(run);
-        EXPECT_EQ(run.out, "");
-    }
-}
-
-TEST_F(Asn1Command, UsageErrorsExitTwoAndHelpExplains) {
-    const std::string file = File("ok.der", asn1test::FromHex("0500"));
-    struct SCase {
-        std::vector<std::string> args;
-        const char* says;
-    };
-    const SCase cases[] = {
-        {{}, "expected one FILE"},
-        {{"--path", "x", file}, "--path 'x'"},
-        {{"--path", "0", "--all", file}, "exclude each other"},
-        {{(_dir / "missing.der").string()}, "missing.der"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.says);
-        const SRun run = Run(c.args);
-        EXPECT_EQ(run.exitCode, 2) << Describe(run);
-        EXPECT_NE(run.err.find(c.says), std::string::npos) << Describe(run);
-    }
-    const SRun help = Run({"--help"});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_NE(help.out.find("Usage: sestool asn1 [--path P] [--all] FILE"), std::string::npos);
-    EXPECT_NE(help.out.find("the module\nitself is not loaded"), std::string::npos);
+    fs::remove_all(dir);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #pragma once
 
-// Helpers of the asn1 suite: hex input, parse outcomes and the sample files.
+// Helpers of the asn1 suite: hex input, parse outcomes, captured log lines and the sample files.
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
@@ -8,35 +10,23 @@
 #include <string>
 #include <vector>
 
-#include "asn1/CryptAsn1Base.h"
+#include "asn1/Asn1Constructed.h"
+#include "asn1/Asn1Primitives.h"
 #include "asn1/CryptAsn1Parser.h"
 #include "base/ErrorCodes.h"
 #include "base/Exception.h"
+#include "base/Log.h"
+#include "tests/support/TestSupport.h"
 
 namespace asn1test {
 
-// FromHex reads hex digits, skipping blanks ("30 03 02 01 05").
+// FromHex reads hex digits, skipping anything else ("30 03 02 01 05").
 inline std::vector<uint8_t> FromHex(const std::string& hex) {
     std::vector<uint8_t> bytes;
-    int high = -1;
-    for (const char c : hex) {
-        int digit = -1;
-        if (c >= '0' && c <= '9') {
-            digit = c - '0';
-        } else if (c >= 'a' && c <= 'f') {
-            digit = c - 'a' + 10;
-        } else if (c >= 'A' && c <= 'F') {
-            digit = c - 'A' + 10;
-        }
-        if (digit < 0) {
-            continue;
-        }
-        if (high < 0) {
-            high = digit;
-        } else {
-            bytes.push_back(static_cast<uint8_t>(high * 16 + digit));
-            high = -1;
-        }
+    std::string digits;
+    std::copy_if(hex.begin(), hex.end(), std::back_inserter(digits), [](char c) { return std::isxdigit(c); });
+    for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+        bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
     }
     return bytes;
 }
@@ -58,37 +48,52 @@ private:
     std::unique_ptr<uint8_t[]> _data;
 };
 
+// CodeOf runs f and returns the code of the ca::Exception it throws (0: none).
+template <class F>
+uint32_t CodeOf(F&& f) {
+    try {
+        f();
+    } catch (const ca::Exception& e) {
+        return e.code;
+    }
+    return 0;
+}
+
 // ParseCode parses bytes and returns the code thrown (0: parsed).
-inline uint32_t ParseCode(CInput& input, bool stopQuietly = false, bool strict = false,
-                          bool firstOnly = false) {
+inline uint32_t ParseCode(CInput input, bool stopQuietly = false, bool strict = false) {
     CCryptAsn1Parser parser;
-    try {
-        parser.Parse(input.data(), input.size(), stopQuietly, strict, firstOnly);
-    } catch (const ca::Exception& e) {
-        return e.code;
-    }
-    return 0;
+    return CodeOf([&] { parser.Parse(input.data(), input.size(), stopQuietly, strict); });
 }
 
-// DecodeCode decodes the first top-level block of hex with the class CreatePrimitiveObject picks.
-inline uint32_t DecodeCode(const std::string& hex) {
-    CInput input(FromHex(hex));
-    CCryptAsn1Parser parser;
-    parser.Parse(input.data(), input.size());
-    const auto object = CreatePrimitiveObject(parser.GetInnerBlock(0), nullptr);
-    try {
-        object->Decode();
-    } catch (const ca::Exception& e) {
-        return e.code;
+// SParsed keeps bytes and their tree together: blocks and decoded values point into the bytes.
+struct SParsed {
+    explicit SParsed(const std::vector<uint8_t>& bytes) : input(bytes) {
+        parser.Parse(input.data(), input.size());
     }
-    return 0;
-}
+    explicit SParsed(const std::string& hex) : SParsed(FromHex(hex)) {}
+    CAsn1Block* First() { return parser.GetInnerBlock(0); }
+    CInput input;
+    CCryptAsn1Parser parser;
+};
 
-inline std::vector<uint8_t> ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
+// CLogScope captures the log lines of its lifetime (CLogCapture::Take reads them).
+struct CLogScope {
+    CLogScope() {
+        LogInit(&CLogCapture::CaptureLogLine, {});
+        CLogCapture::Clear();
+    }
+    ~CLogScope() { LogInit(nullptr, {}); }
+    // First is the text of the first line since the last call ("" for none).
+    static std::wstring First() {
+        const auto lines = CLogCapture::Take();
+        return lines.empty() ? std::wstring() : lines[0].text;
+    }
+};
+
+// Cert reads a file from tests/data/certs.
+inline std::vector<uint8_t> Cert(const std::string& name) {
+    std::ifstream in(std::string(SES_TEST_DATA) + "/certs/" + name, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
-
-inline std::string CertPath(const std::string& name) { return std::string(SES_TEST_DATA) + "/certs/" + name; }
 
 }  // namespace asn1test
