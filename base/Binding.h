@@ -5,14 +5,13 @@
 #include <string>
 #include <vector>
 
-
 using LogCallback = bool (*)(const wchar_t* text, bool isError);
 
 // SBinding is what one module instance gives the bottom layer: its log callback, the language of
 // its texts and the configured error handlers. Two modules in one process each keep their own.
 struct SBinding {
     std::atomic<LogCallback> callback{nullptr};
-    std::atomic<uint32_t> language{0};  // 0 reads as English
+    std::atomic<uint32_t> language{0};              // 0 reads as English
     std::vector<std::wstring> customErrorHandlers;  // written during CM_Init only
 };
 

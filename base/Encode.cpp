@@ -200,7 +200,8 @@ bool DecodeBase64IfNeeded(const uint8_t* payload, uint32_t size, const std::vect
         break;
     }
     const void* nul = std::memchr(payload, 0, size);
-    const size_t textLength = nul == nullptr ? size : static_cast<size_t>(static_cast<const uint8_t*>(nul) - payload);
+    const size_t textLength =
+        nul == nullptr ? size : static_cast<size_t>(static_cast<const uint8_t*>(nul) - payload);
     for (size_t i = 0; i < textLength; ++i) {
         if (!IsBase64Char(payload[i])) {
             return false;
@@ -259,7 +260,9 @@ std::wstring u8u16(const char* text, size_t length) {
     return result;
 }
 
-std::wstring u8u16(const char* text) { return text == nullptr ? std::wstring() : u8u16(text, std::strlen(text)); }
+std::wstring u8u16(const char* text) {
+    return text == nullptr ? std::wstring() : u8u16(text, std::strlen(text));
+}
 
 std::wstring u8u16(const std::string& text) { return u8u16(text.data(), text.size()); }
 

@@ -72,7 +72,8 @@ constexpr SCodeRow kGeneralCodes[] = {
     {ca::kMethodNotSupported, L"Method not supported.", L"Метод не поддерживается."},
     {16304, L"No available recipient certificates in current store set.",
      L"Нет доступных сертификатов получателей зашифрованного сообщения в текущих хранилищах."},
-    {ca::kUploadError, L"Error occured during upload operation: ", L"Произошла ошибка во время загрузки данных: "},
+    {ca::kUploadError, L"Error occured during upload operation: ",
+     L"Произошла ошибка во время загрузки данных: "},
     {ca::kBadData, L"Bad data", L"Плохие данные"},
     {16307, L"Need more data tp complete operation.",
      L"Необходимы дополнительные данные для завершения операции."},
@@ -88,7 +89,6 @@ constexpr SCodeRow kGeneralCodes[] = {
     {16403, L"Time stamp was not added. %s", L"Не удалось добавить штамп времени. %s"},
     {16404, L"Can't get connection point", L"Не удалось получить точку подключения"},
 };
-
 
 // Certificate chain status, indexed by code - ca::kChainFirst.
 constexpr SCodeRow kChainCodes[] = {
@@ -178,7 +178,6 @@ constexpr SCodeRow kChainCodes[] = {
      L"Список доверенных сертификатов, использовавшийся для создания данной цепочки не разрешен к "
      L"использованию"},
 };
-
 
 constexpr bool ChainRowsFollowCodes() {
     for (size_t i = 0; i < std::size(kChainCodes); ++i) {
@@ -281,7 +280,9 @@ void ErrorMessageHelper::SetHandlers(std::vector<std::wstring> inHandlers) {
     CurrentBinding().customErrorHandlers = std::move(inHandlers);
 }
 
-const std::vector<std::wstring>& ErrorMessageHelper::Handlers() const { return CurrentBinding().customErrorHandlers; }
+const std::vector<std::wstring>& ErrorMessageHelper::Handlers() const {
+    return CurrentBinding().customErrorHandlers;
+}
 
 ErrorMessageHelper& ErrorMessageHelper::Instance() {
     static ErrorMessageHelper helper;  // stateless: what it keeps lives in the binding

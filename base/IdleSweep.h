@@ -28,7 +28,9 @@ public:
         lastSweep = now;
         return true;
     }
-    static bool IsIdle(uint32_t now, uint32_t lastUsed) { return static_cast<uint32_t>(now - lastUsed) > kMaxIdle; }
+    static bool IsIdle(uint32_t now, uint32_t lastUsed) {
+        return static_cast<uint32_t>(now - lastUsed) > kMaxIdle;
+    }
 
 private:
     Clock clock;

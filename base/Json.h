@@ -6,11 +6,11 @@
 #include "base/Exception.h"
 
 #ifndef RAPIDJSON_ASSERT
-#define RAPIDJSON_ASSERT(x)                                  \
-    do {                                                     \
-        if (!(x)) {                                          \
-            throw ::ca::Exception(::ca::kJsonError);         \
-        }                                                    \
+#define RAPIDJSON_ASSERT(x)                          \
+    do {                                             \
+        if (!(x)) {                                  \
+            throw ::ca::Exception(::ca::kJsonError); \
+        }                                            \
     } while (false)
 #endif
 #define RAPIDJSON_HAS_STDSTRING 1

@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <cwchar>
 
-#include "base/Encode.h"
-#include "base/Exception.h"
 #include "base/Binding.h"
+#include "base/Encode.h"
 #include "base/ErrorMessageHelper.h"
+#include "base/Exception.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "bench/BenchSupport.h"
 #include "base/Encode.h"
+#include "bench/BenchSupport.h"
 #include "mod_ses.h"
 #include "module/SesModule.h"
 
@@ -45,8 +45,8 @@ void BM_Request(benchmark::State& state, Form form) {
             request = R"({"mode":11,"fileData":")" + encoded + "\"}";
             break;
         case kEncodedSize:
-            request = R"({"fileDataEncodedSize":)" + std::to_string(encoded.size()) + R"(,"fileData":")" + encoded +
-                      R"(","mode":11})";
+            request = R"({"fileDataEncodedSize":)" + std::to_string(encoded.size()) + R"(,"fileData":")" +
+                      encoded + R"(","mode":11})";
             break;
         case kRawBytes:
             request = R"({"mode":11,"fileDataSize":)" + std::to_string(bytes.size()) + "}";

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "bench/BenchSupport.h"
 #include "base/Encode.h"
+#include "bench/BenchSupport.h"
 #include "mod_ses.h"
 #include "ses/Hasher.h"
 #include "ses/crc64.h"
@@ -40,7 +40,8 @@ public:
         packet.requestLength = static_cast<uint32_t>(request.size());
         packet.isLocal = true;
         CM_ProcessClientRequest(module, &packet);
-        const bool ok = packet.response != nullptr && std::strncmp(packet.response, "{\"errorCode\":0,", 15) == 0;
+        const bool ok =
+            packet.response != nullptr && std::strncmp(packet.response, "{\"errorCode\":0,", 15) == 0;
         std::free(packet.response);
         return ok;
     }
@@ -52,7 +53,8 @@ public:
 void BM_SignRawBytes(benchmark::State& state) {
     CBenchModule host;
     const auto data = Payload(static_cast<size_t>(state.range(0)));
-    std::string request = R"({"mode":14,"senderCertId":"bench","fileDataSize":)" + std::to_string(data.size()) + "}";
+    std::string request =
+        R"({"mode":14,"senderCertId":"bench","fileDataSize":)" + std::to_string(data.size()) + "}";
     request.push_back('\0');
     request.append(data.begin(), data.end());
     for (auto _ : state) {
@@ -68,8 +70,9 @@ void BM_SignEncodedSize(benchmark::State& state) {
     CBenchModule host;
     const auto data = Payload(static_cast<size_t>(state.range(0)));
     const std::string encoded = ca::Base64Encode(data.data(), static_cast<uint32_t>(data.size()));
-    const std::string request = R"({"fileDataEncodedSize":)" + std::to_string(encoded.size()) + R"(,"fileData":")" +
-                                encoded + R"(","mode":14,"senderCertId":"bench"})" + std::string(1, '\0');
+    const std::string request = R"({"fileDataEncodedSize":)" + std::to_string(encoded.size()) +
+                                R"(,"fileData":")" + encoded + R"(","mode":14,"senderCertId":"bench"})" +
+                                std::string(1, '\0');
     for (auto _ : state) {
         if (!host.Call(request)) {
             state.SkipWithError("signing failed");

@@ -137,7 +137,6 @@ void CertInfoExtension::FromJson(const JsonValue& value) { ReadFields(*this, kEx
 void CertInfoAttribute::ToJson(JsonWriter& writer) const { WriteObject(*this, kAttributeFields, writer); }
 void CertInfoAttribute::FromJson(const JsonValue& value) { ReadFields(*this, kAttributeFields, value); }
 
-
 CertInfo2::CertInfo2(const CertInfo2& other)
     : ISerializable(other), CertInfo2Fields(other), issuerCert(CopyOf(other.issuerCert)) {}
 
@@ -184,7 +183,6 @@ std::wstring CertInfo2::GetKeyUsageStr(uint32_t bits) {
     }
     return text;
 }
-
 
 void CertInfo::ToJson(JsonWriter& writer) const { WriteObject(*this, kCertInfoFields, writer); }
 void CertInfo::FromJson(const JsonValue& value) { ReadFields(*this, kCertInfoFields, value); }

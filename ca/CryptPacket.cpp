@@ -11,7 +11,6 @@
 
 namespace ca {
 
-
 namespace {
 
 void WriteNonEmpty(JsonWriter& writer, const char* key, const std::wstring& text) {
@@ -49,7 +48,8 @@ void ReadNumber(const JsonValue& doc, const char* key, uint32_t& field, uint32_t
 
 // AttachRawBytes takes the "fileDataSize" bytes that follow the JSON text's NUL (tail is null when
 // the buffer holds no NUL at all).
-void AttachRawBytes(SerializableContainer& container, const uint8_t* tail, size_t tailLength, uint32_t dataSize) {
+void AttachRawBytes(SerializableContainer& container, const uint8_t* tail, size_t tailLength,
+                    uint32_t dataSize) {
     if (tail == nullptr || dataSize > tailLength) {
         throw Exception(kNoDataInArgs);
     }
@@ -219,9 +219,9 @@ void CryptResponse::FromJson(char* text, uint32_t length) {
         return;
     }
     static constexpr int kResponseRecords[] = {
-        kTypeFileData,  kTypeStores,       kTypeCertificates,   kTypeCrl,     kTypeSignInfo,
-        kTypeSignInfoArray, kTypeCertInfo, kTypeCertInfos,      kTypeStoreAddress, kTypeStoreAddresses,
-        kTypeCrlInfo,   kTypeConfig,       kTypeVerifyResult};
+        kTypeFileData,      kTypeStores,   kTypeCertificates, kTypeCrl,          kTypeSignInfo,
+        kTypeSignInfoArray, kTypeCertInfo, kTypeCertInfos,    kTypeStoreAddress, kTypeStoreAddresses,
+        kTypeCrlInfo,       kTypeConfig,   kTypeVerifyResult};
     ReadRecords(doc, kResponseRecords, std::size(kResponseRecords), &CreateRecord);
 }
 
@@ -258,8 +258,8 @@ void CryptPacket::UploadFileData(unsigned int timeout) {
     std::string errorText;
     const auto upload = EnvelopeHooks().upload;
     const uint32_t result = upload == nullptr ? kCurlInitError
-                                              : upload(u16u8(request.uploadUrl), static_cast<long>(timeout), data, size,
-                                                       answer, answerSize, errorText);
+                                              : upload(u16u8(request.uploadUrl), static_cast<long>(timeout),
+                                                       data, size, answer, answerSize, errorText);
     if (result != 0) {
         LogEventFmt(SetVALKOMessage(msg::kUploadFailed), false, result);
         response.errorCode = kUploadError;
@@ -278,7 +278,8 @@ namespace {
 void ReplaceFileData(CryptRequest& request, const std::vector<TokenPair>& tokens) {
     MallocPtr decoded;
     uint32_t decodedSize = 0;
-    if (DecodeBase64IfNeeded(request.GetFileData(), request.GetFileDataSize(), tokens, decoded, decodedSize)) {
+    if (DecodeBase64IfNeeded(request.GetFileData(), request.GetFileDataSize(), tokens, decoded,
+                             decodedSize)) {
         request.SetObject(std::make_unique<FileData>(std::move(decoded), decodedSize), true);
     }
 }

@@ -12,7 +12,6 @@ class CCallContext;
 
 namespace ca {
 
-
 class StoreAddresses;
 
 // Request flags present in the JSON, bit by bit (presenceMask).

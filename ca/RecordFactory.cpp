@@ -29,20 +29,20 @@ constexpr RecordFactory kFactories[std::size(stags)] = {
     &MakeList<kTypeStores>,        // 1
     &MakeList<kTypeCertificates>,  // 2
     &MakeList<kTypeCrl>,           // 3
-    &Make<SignInfos>,           // 4
-    &Make<SignInfosArray>,      // 5
-    &Make<CertInfo2>,           // 6
-    &Make<CertInfos2>,          // 7
+    &Make<SignInfos>,              // 4
+    &Make<SignInfosArray>,         // 5
+    &Make<CertInfo2>,              // 6
+    &Make<CertInfos2>,             // 7
     &Make<StoreAddress>,           // 8
     &Make<StoreAddresses>,         // 9
-    nullptr,                    // 10 crlInfo
-    nullptr,                    // 11 config: from the layer above
-    nullptr,                    // 12 PKIConfig: from the layer above
-    &Make<VerificationResult>,  // 13
-    nullptr,                    // 14 CMSInfo: no record in this module
-    &Make<CertForCheck>,        // 15
-    nullptr,                    // 16 CertManChainStatus: no record in this module
-    &Make<AttrCertInfo>,        // 17
+    nullptr,                       // 10 crlInfo
+    nullptr,                       // 11 config: from the layer above
+    nullptr,                       // 12 PKIConfig: from the layer above
+    &Make<VerificationResult>,     // 13
+    nullptr,                       // 14 CMSInfo: no record in this module
+    &Make<CertForCheck>,           // 15
+    nullptr,                       // 16 CertManChainStatus: no record in this module
+    &Make<AttrCertInfo>,           // 17
 };
 
 }  // namespace
@@ -65,7 +65,8 @@ std::unique_ptr<ISerializable> CreateRecord(int type) {
     if (type < 0 || static_cast<size_t>(type) >= std::size(kFactories)) {
         return nullptr;
     }
-    const RecordFactory factory = kFactories[type] != nullptr ? kFactories[type] : EnvelopeHooks().upperRecords[type];
+    const RecordFactory factory =
+        kFactories[type] != nullptr ? kFactories[type] : EnvelopeHooks().upperRecords[type];
     return factory == nullptr ? nullptr : factory();
 }
 

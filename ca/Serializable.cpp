@@ -9,10 +9,11 @@
 namespace ca {
 
 const char* const stags[18] = {
-    "fileData",     "stores",         "certificates", "crl",    "signInfo",  "signInfoArray",
-    "certInfo",     "certInfos",      "storeAddress", "storeAddresses", "crlInfo", "config",
-    "PKIConfig",    "verifyResult",   "CMSInfo",      "CertForCheck",   "CertManChainStatus",
-    "attrCertInfo",
+    "fileData",           "stores",         "certificates", "crl",
+    "signInfo",           "signInfoArray",  "certInfo",     "certInfos",
+    "storeAddress",       "storeAddresses", "crlInfo",      "config",
+    "PKIConfig",          "verifyResult",   "CMSInfo",      "CertForCheck",
+    "CertManChainStatus", "attrCertInfo",
 };
 
 FileData::FileData(const uint8_t* bytes, uint32_t inSize) : data(CopyBlob(bytes, inSize)), size(inSize) {}
@@ -115,7 +116,8 @@ bool SerializableContainer::PreParseFileData(char* text, size_t length) {
     return true;
 }
 
-void SerializableContainer::WriteRecords(JsonWriter& writer, bool binaryFileData, const bool* isAttached) const {
+void SerializableContainer::WriteRecords(JsonWriter& writer, bool binaryFileData,
+                                         const bool* isAttached) const {
     for (const auto& [type, record] : objects) {
         if (binaryFileData && type == kTypeFileData) {
             WriteKey(writer, "fileDataSize");

@@ -62,5 +62,4 @@ void SignInfo::_FromJson(const JsonValue& value, size_t depth) {
     coSigners = std::move(read);
 }
 
-
 }  // namespace ca

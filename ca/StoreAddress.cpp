@@ -88,8 +88,8 @@ bool StoreAddress::SetAddress(const std::wstring& inAddress) {
         }
     }
     valid = address.size() <= kMaxAddressLength &&
-            std::all_of(address.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(2, address.size())), address.end(),
-                        IsMachineChar);
+            std::all_of(address.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(2, address.size())),
+                        address.end(), IsMachineChar);
     return valid;
 }
 

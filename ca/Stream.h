@@ -10,9 +10,9 @@
 #include <unordered_map>
 
 #include "base/Blob.h"
-#include "ca/CryptPacket.h"
-#include "base/IdleSweep.h"
 #include "base/CancellationToken.h"
+#include "base/IdleSweep.h"
+#include "ca/CryptPacket.h"
 
 namespace ca {
 

@@ -8,8 +8,8 @@
 #include "asn1/sha1.h"
 #include "base/Encode.h"
 #include "base/FileUtil.h"
-#include "config/inifile.h"
 #include "base/Lng.h"
+#include "config/inifile.h"
 
 namespace ca {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "ca/Serializable.h"
 #include "base/SpecialFolder.h"
+#include "ca/Serializable.h"
 
 // After ca/Json.h, which configures RapidJSON for every unit.
 #include <rapidjson/prettywriter.h>

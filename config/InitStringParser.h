@@ -6,7 +6,13 @@
 namespace ca {
 
 // The parameters of an initialisation string that the module knows by name.
-enum class InitStringParameter { MODULE = 0, DESCRIPTIONFORMAT = 1, LDAP_FILTER = 2, CERT_FILTER = 3, FORCE_CERTINCLUDE = 4 };
+enum class InitStringParameter {
+    MODULE = 0,
+    DESCRIPTIONFORMAT = 1,
+    LDAP_FILTER = 2,
+    CERT_FILTER = 3,
+    FORCE_CERTINCLUDE = 4
+};
 
 // InitStringParser splits a "NAME=value;NAME=value;" text once. Names are upper-cased, values lose
 // surrounding double quotes and blanks, and a name given twice keeps its first value.

@@ -11,8 +11,8 @@
 #include "base/Encode.h"
 #include "base/ErrorCodes.h"
 #include "base/Exception.h"
-#include "config/curl_isolate.h"
 #include "base/Log.h"
+#include "config/curl_isolate.h"
 
 namespace ca {
 

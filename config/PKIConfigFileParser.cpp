@@ -2,8 +2,8 @@
 
 #include "base/Encode.h"
 #include "base/FileUtil.h"
-#include "base/SpecialFolder.h"
 #include "base/Lng.h"
+#include "base/SpecialFolder.h"
 
 namespace ca {
 

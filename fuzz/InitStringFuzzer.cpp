@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (int p = 0; p <= 4; ++p) {
         std::wstring value;
         if (parser.Lookup(static_cast<ca::InitStringParameter>(p), value) && !value.empty() &&
-            (value.front() == L'"' || value.front() == L' ' || value.back() == L'"' || value.back() == L' ')) {
+            (value.front() == L'"' || value.front() == L' ' || value.back() == L'"' ||
+             value.back() == L' ')) {
             std::fprintf(stderr, "fuzz_initstring: value keeps quotes or blanks\n");
             std::abort();
         }

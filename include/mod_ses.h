@@ -30,12 +30,12 @@ extern "C" {
  * the answer carries "fileDataSize", that many raw bytes. responseSize counts JSON + NUL + data
  * when data follows, and only the JSON bytes otherwise. The host releases it with free(). */
 typedef struct CMPacket {
-    uint64_t reserved[2];    /* the host's own words; the module never touches them */
-    const char* request;     /* UTF-8 JSON, optionally NUL + raw file bytes */
-    uint32_t requestLength;  /* bytes in request */
-    bool isLocal;            /* request came from this machine: opens the private-key methods */
-    char* response;          /* set by the module, freed by the host */
-    uint64_t responseSize;   /* set by the module */
+    uint64_t reserved[2];   /* the host's own words; the module never touches them */
+    const char* request;    /* UTF-8 JSON, optionally NUL + raw file bytes */
+    uint32_t requestLength; /* bytes in request */
+    bool isLocal;           /* request came from this machine: opens the private-key methods */
+    char* response;         /* set by the module, freed by the host */
+    uint64_t responseSize;  /* set by the module */
 } CMPacket;
 
 /* The host's log sink: text is one line without time stamp or line end. */

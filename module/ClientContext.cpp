@@ -112,7 +112,8 @@ int32_t ParseForceCertInclude(const std::wstring& text) {
 
 }  // namespace
 
-CCallContext::CCallContext(ca::CryptPacket& inPacket, const ca::CryptoModule& module, CClientContextArray& contexts)
+CCallContext::CCallContext(ca::CryptPacket& inPacket, const ca::CryptoModule& module,
+                           CClientContextArray& contexts)
     : packet(inPacket) {
     _Build(module, contexts);
     packet.callContext = this;  // linked only once fully built

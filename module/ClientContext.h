@@ -10,9 +10,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/IdleSweep.h"
 #include "ca/CryptPacket.h"
 #include "ca/StoreAddress.h"
-#include "base/IdleSweep.h"
 #include "module/CryptoModule.h"
 
 class CSesModule;

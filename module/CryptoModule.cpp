@@ -5,11 +5,11 @@
 
 #include "base/Encode.h"
 #include "base/ErrorCodes.h"
-#include "config/Network.h"
-#include "mod_ses.h"
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
 #include "base/Log.h"
+#include "config/Network.h"
+#include "mod_ses.h"
 #include "module/MessageBox.h"
 #include "module/RecordFactory.h"
 

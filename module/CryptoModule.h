@@ -5,9 +5,9 @@
 #include <mutex>
 #include <string>
 
+#include "base/Binding.h"
 #include "ca/CryptPacket.h"
 #include "config/ConfigFileParser.h"
-#include "base/Binding.h"
 
 struct CMPacket;
 

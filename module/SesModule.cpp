@@ -4,9 +4,9 @@
 #include <iterator>
 
 #include "base/ErrorCodes.h"
-#include "base/Modes.h"
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
+#include "base/Modes.h"
 
 namespace {
 

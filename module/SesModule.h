@@ -4,9 +4,9 @@
 #include <string>
 
 #include "base/CancellationToken.h"
-#include "module/CryptoModule.h"
 #include "base/Log.h"
 #include "module/ClientContext.h"
+#include "module/CryptoModule.h"
 #include "ses/CCertificateCollection.h"
 #include "ses/Operations.h"
 #include "ses/StreamArray.h"

@@ -130,8 +130,9 @@ std::vector<std::wstring> CCertificateCollection::Ids() const {
     return ids;
 }
 
-
-std::string CertificateFolder() { return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/"; }
+std::string CertificateFolder() {
+    return ca::GetSpecialFolder(ca::ConfigType::kUser) + "/VALKO/SesCertificates/";
+}
 
 void LoadCertificateFolder(const std::string& folder, CCertificateCollection& collection,
                            const CertificateSkipReport& report) {
@@ -162,7 +163,8 @@ void LoadCertificateFolder(const std::string& folder, CCertificateCollection& co
     closedir(dir);
     for (const std::string& name : names) {
         std::string content;
-        if (const char* problem = ca::ReadWholeFile(folder + name, content, kMaxCertificateFile); problem != nullptr) {
+        if (const char* problem = ca::ReadWholeFile(folder + name, content, kMaxCertificateFile);
+            problem != nullptr) {
             skip(name, problem);
             continue;
         }

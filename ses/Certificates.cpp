@@ -2,13 +2,13 @@
 // and a per-client current-store list that can only name the temporary store.
 #include <unordered_set>
 
-#include "ca/CertInfo2.h"
 #include "base/ErrorCodes.h"
-#include "ca/StoreAddress.h"
-#include "ca/StringArray.h"
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
 #include "base/Log.h"
+#include "ca/CertInfo2.h"
+#include "ca/StoreAddress.h"
+#include "ca/StringArray.h"
 #include "ses/Operations.h"
 
 namespace {
@@ -64,7 +64,8 @@ void GetCurStore(SEngine&, ca::CryptPacket& packet) {
 
 ca::StoreAddresses ChooseCurrentStores(const ca::CryptPacket& packet) {
     ca::StoreAddresses chosen;
-    if (const auto* given = static_cast<const ca::StoreAddresses*>(packet.request.GetObject(ca::kTypeStoreAddresses));
+    if (const auto* given =
+            static_cast<const ca::StoreAddresses*>(packet.request.GetObject(ca::kTypeStoreAddresses));
         given != nullptr) {
         // The module's filter keeps well-formed, set addresses; only the temporary store can be
         // chosen. Duplicates (by full address) are dropped through a hash set, keeping the first.

@@ -7,8 +7,8 @@
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
 #include "base/Log.h"
-#include "ses/Operations.h"
 #include "ses/Hasher.h"
+#include "ses/Operations.h"
 #include "ses/SesContainer.h"
 #include "ses/Utils.h"
 
@@ -44,7 +44,8 @@ void Sign(SEngine& engine, ca::CryptPacket& packet) {
 }
 
 void SignHash(SEngine& engine, ca::CryptPacket& packet) {
-    SignHashValue(engine, packet, reinterpret_cast<const char*>(packet.request.GetFileData()), packet.request.GetFileDataSize());
+    SignHashValue(engine, packet, reinterpret_cast<const char*>(packet.request.GetFileData()),
+                  packet.request.GetFileDataSize());
 }
 
 void SignHashValue(SEngine& engine, ca::CryptPacket& packet, const char* hash, size_t length) {

@@ -1,14 +1,14 @@
 // Reading a container back: checking its CRC against the data and describing the signer.
 #include "base/Encode.h"
 #include "base/ErrorCodes.h"
-#include "ca/SignInfo.h"
-#include "ca/VerificationResult.h"
 #include "base/ErrorMessageHelper.h"
 #include "base/Lng.h"
 #include "base/Log.h"
 #include "base/Modes.h"
-#include "ses/Operations.h"
+#include "ca/SignInfo.h"
+#include "ca/VerificationResult.h"
 #include "ses/Hasher.h"
+#include "ses/Operations.h"
 #include "ses/SesContainer.h"
 
 namespace {
@@ -60,13 +60,14 @@ std::unique_ptr<ca::SignInfos> ReadSignInfo(SEngine&, ca::CryptPacket& packet) {
     }
     Crc64Hash hash;
     hash.Compute(request.GetFileData(), request.GetFileDataSize());
-    const std::string expected =
-        ca::Base64Encode(reinterpret_cast<const uint8_t*>(hash.GetValue()), static_cast<uint32_t>(hash.GetValueLength()));
+    const std::string expected = ca::Base64Encode(reinterpret_cast<const uint8_t*>(hash.GetValue()),
+                                                  static_cast<uint32_t>(hash.GetValueLength()));
     if (expected != ca::u16u8(signature.CRC)) {
         SetResult(info->verifyResultEx, true, ca::kSignatureInvalid, msg::kSignatureInvalid);
     }
     const ca::VerificationResult& result = info->verifyResultEx;
-    info->verifyResult = GetErrorMessage(result.signatureResult != 0 ? result.signatureResult : result.certificateResult, true);
+    info->verifyResult = GetErrorMessage(
+        result.signatureResult != 0 ? result.signatureResult : result.certificateResult, true);
     if (result.signatureResult == 0 && result.certificateResult == 0) {
         info->verifyResult += L" Valid ";
     }
@@ -124,7 +125,8 @@ void GetSignInfo2(SEngine&, ca::CryptPacket& packet) {
 
 void GetSignType(SEngine&, ca::CryptPacket& packet) {
     ca::CryptRequest& request = packet.request;
-    if ((request.mode == ca::kModeGetSignType || request.sendSignData.size == 0) && request.GetFileDataSize() == 0) {
+    if ((request.mode == ca::kModeGetSignType || request.sendSignData.size == 0) &&
+        request.GetFileDataSize() == 0) {
         ca::LogError(ca::GetLineString("CryptoModule", 774).c_str(), L"", ca::kNoDataInArgs, false);
         packet.response.errorCode = ca::kNoDataInArgs;
         return;

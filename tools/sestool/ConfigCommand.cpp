@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "base/Encode.h"
-#include "config/ConfigFileParser.h"
 #include "base/FileUtil.h"
+#include "config/ConfigFileParser.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 
