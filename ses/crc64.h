@@ -21,4 +21,10 @@ inline constexpr auto crc64_tab = MakeCrc64Table();
 static_assert(crc64_tab[1] == 0x42F0E1EBA9EA3693ULL && crc64_tab[255] == 0x9AFCE626CE85B507ULL);
 
 // crc64 continues the register crc over length bytes (initial value 0, no reflection, no final XOR).
+// It runs Intel ISA-L's folded kernel (PCLMULQDQ / VPCLMULQDQ, chosen by the CPU at run time) when
+// the build found ISA-L, and crc64_table otherwise.
 uint64_t crc64(const unsigned char* data, unsigned long length, uint64_t crc);
+
+// crc64_table is the byte-wise table loop: the portable fallback and the reference the tests
+// compare the fast kernel against.
+uint64_t crc64_table(const unsigned char* data, unsigned long length, uint64_t crc);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -45,6 +46,30 @@ TEST(Crc64, MatchesBitwiseReferenceOnRandomData) {
         SCOPED_TRACE(size);
         EXPECT_EQ(crc64(data.data(), data.size(), 0), BitwiseCrc64(data));
     }
+}
+
+// The fast kernel against the table loop: lengths up to 1 MiB + 63 at every alignment, and the
+// same data cut into chained calls at random places.
+TEST(Crc64, FastKernelMatchesTheTableLoop) {
+    std::mt19937 random(7);
+    std::vector<uint8_t> data((size_t{1} << 20) + 128);
+    for (auto& b : data) {
+        b = static_cast<uint8_t>(random());
+    }
+    for (size_t align = 0; align < 64; ++align) {
+        const size_t length = align == 0 ? data.size() - 64 : random() % ((size_t{1} << 20) + 64);
+        SCOPED_TRACE(testing::Message() << "align " << align << " length " << length);
+        const uint8_t* p = data.data() + align;
+        ASSERT_EQ(crc64(p, length, 0), crc64_table(p, length, 0));
+        uint64_t chained = 0;
+        for (size_t at = 0; at < length;) {
+            const size_t piece = std::min<size_t>(length - at, random() % 5000);
+            chained = crc64(p + at, piece, chained);
+            at += piece;
+        }
+        ASSERT_EQ(chained, crc64_table(p, length, 0));
+    }
+    EXPECT_EQ(crc64(data.data(), 0, 12345), 12345u);
 }
 
 TEST(Crc64Hash, ChunksAccumulateAndEmptyIsZero) {
