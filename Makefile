@@ -71,7 +71,7 @@ coverage: deps
 	cmake --build build-cov -j $(JOBS)
 	find build-cov -name '*.gcda' -delete
 	cd build-cov && QT_QPA_PLATFORM=offscreen ctest -j $(JOBS) > /dev/null || true
-	gcovr -r . --object-directory build-cov -f 'base/' -f 'asn1/' -f 'ca/' -f 'config/' -f 'ses/' -f 'module/' \
+	gcovr -r . build-cov -f 'base/' -f 'asn1/' -f 'ca/' -f 'config/' -f 'ses/' -f 'module/' \
 		--gcov-ignore-parse-errors --print-summary -o build-cov/coverage.txt
 
 clean:
