@@ -6,6 +6,7 @@
 
 #include "ca/CertInfo2.h"
 #include "ca/CryptPacket.h"
+#include "ca/RecordFactory.h"
 #include "ca/SignInfo.h"
 #include "ca/VerificationResult.h"
 #include "base/Lng.h"
