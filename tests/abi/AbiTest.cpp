@@ -12,13 +12,14 @@
 
 #include "mod_ses.h"
 #include "tests/support/HostModule.h"
-#include "tests/support/LoopbackHttpServer.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
-constexpr const char* kNoDataAnswer =
-    R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
+constexpr const char* kNoData = R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
+constexpr const char* kBadJson = R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})";
+constexpr const char* kNoMethod = R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
+constexpr const char* kDone = R"({"errorCode":0,"errorMessage":"DONE"})";
 
 TEST(AbiExports, OnlyTheThreeEntryPointsAreExported) {
     FILE* pipe = popen("nm -D --defined-only " SES_MODULE_PATH, "r");
@@ -80,62 +81,44 @@ TEST(AbiLifecycle, FreeWaitsForTheCallsInFlight) {
     caller.join();
 }
 
-struct SExchangeCase {
-    const char* label;
-    std::string request;  // sent byte for byte
-    bool isLocal;
-    const char* expected;
-};
-
 TEST(AbiExchange, AnswersAreByteExact) {
     CTempHome home;
     CHostModule host;
     const std::string hugeNumber = "[0." + std::string(400, '0') + "1e-2147483599]";
     const std::string deep = std::string(100, '[') + std::string(100, ']');
-    const SExchangeCase cases[] = {
-        {"unknown mode", WithNul(R"({"mode":99})"), true,
-         R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
-        {"mode below the table", WithNul(R"({"mode":10})"), true,
-         R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
-        {"no mode", WithNul("{}"), true,
-         R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})"},
-        {"probe", WithNul(R"({"mode":37,"test":true,"fileData":5})"), true,
-         R"({"errorCode":0,"errorMessage":"DONE"})"},
-        {"no-op key mode, local", WithNul(R"({"mode":11})"), true,
-         R"({"errorCode":0,"errorMessage":"DONE"})"},
+    const struct {
+        const char* label;
+        std::string request;  // sent byte for byte
+        bool isLocal;
+        const char* expected;
+    } cases[] = {
+        {"unknown mode", WithNul(R"({"mode":99})"), true, kNoMethod},
+        {"mode below the table", WithNul(R"({"mode":10})"), true, kNoMethod},
+        {"no mode", WithNul("{}"), true, kNoMethod},
+        {"probe", WithNul(R"({"mode":37,"test":true,"fileData":5})"), true, kDone},
+        {"no-op key mode, local", WithNul(R"({"mode":11})"), true, kDone},
         {"key mode, remote", WithNul(R"({"mode":14})"), false, R"({"errorCode":50,"errorMessage":""})"},
         {"key probe, remote", WithNul(R"({"mode":56,"test":true})"), false,
          R"({"errorCode":50,"errorMessage":""})"},
-        {"no NUL at all", R"({"mode":42})", true, R"({"errorCode":0,"errorMessage":"DONE"})"},
-        {"truncated JSON", WithNul(R"({"mode":)"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"not an object", WithNul("[37]"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"two documents", WithNul("{}{}"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"empty text", std::string(), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"mode as text", WithNul(R"({"mode":"37"})"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"negative mode", WithNul(R"({"mode":-1})"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"flag as number", WithNul(R"({"mode":11,"isAttached":1})"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"fileData as number", WithNul(R"({"mode":11,"fileData":1})"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"signatures of numbers", WithNul(R"({"mode":11,"signatures":[1]})"), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"long number literal", WithNul(hugeNumber), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"deep nesting", WithNul(deep), true,
-         R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})"},
-        {"invalid base64", WithNul(R"({"mode":11,"fileData":"***"})"), true, kNoDataAnswer},
-        {"lying fileDataSize", WithNul(R"({"mode":11,"fileDataSize":4})") + "abc", true, kNoDataAnswer},
-        {"fileDataSize without NUL", R"({"mode":11,"fileDataSize":0})", true, kNoDataAnswer},
+        {"no NUL at all", R"({"mode":42})", true, kDone},
+        {"truncated JSON", WithNul(R"({"mode":)"), true, kBadJson},
+        {"not an object", WithNul("[37]"), true, kBadJson},
+        {"two documents", WithNul("{}{}"), true, kBadJson},
+        {"empty text", std::string(), true, kBadJson},
+        {"mode as text", WithNul(R"({"mode":"37"})"), true, kBadJson},
+        {"negative mode", WithNul(R"({"mode":-1})"), true, kBadJson},
+        {"flag as number", WithNul(R"({"mode":11,"isAttached":1})"), true, kBadJson},
+        {"fileData as number", WithNul(R"({"mode":11,"fileData":1})"), true, kBadJson},
+        {"signatures of numbers", WithNul(R"({"mode":11,"signatures":[1]})"), true, kBadJson},
+        {"long number literal", WithNul(hugeNumber), true, kBadJson},
+        {"deep nesting", WithNul(deep), true, kBadJson},
+        {"invalid base64", WithNul(R"({"mode":11,"fileData":"***"})"), true, kNoData},
+        {"lying fileDataSize", WithNul(R"({"mode":11,"fileDataSize":4})") + "abc", true, kNoData},
+        {"fileDataSize without NUL", R"({"mode":11,"fileDataSize":0})", true, kNoData},
         {"lying fileDataEncodedSize", WithNul(R"({"fileDataEncodedSize":999,"mode":11,"fileData":"QUJD"})"),
-         true, R"({"errorCode":0,"errorMessage":"DONE"})"},
+         true, kDone},
         {"undecodable fileDataEncodedSize",
-         WithNul(R"({"fileDataEncodedSize":4,"fileData":"====","mode":11})"), true, kNoDataAnswer},
+         WithNul(R"({"fileDataEncodedSize":4,"fileData":"====","mode":11})"), true, kNoData},
         {"non-http download", WithNul(R"({"mode":11,"fileDataUrl":"file:///etc/passwd"})"), true,
          R"({"errorCode":16263,"errorMessage":"ERROR Connection error"})"},
     };
@@ -145,85 +128,28 @@ TEST(AbiExchange, AnswersAreByteExact) {
         EXPECT_EQ(answer.json, c.expected);
         EXPECT_EQ(answer.responseSize, answer.json.size());  // no data follows: the NUL is not counted
     }
-}
-
-TEST(AbiExchange, NullRequestTextAnswersJsonError) {
-    CTempHome home;
-    CHostModule host;
-    CMPacket packet{};
+    CMPacket packet{};  // no request text at all
     packet.requestLength = 10;
     host.process(host.module, &packet);
-    EXPECT_EQ(CHostModule::Split(packet).json,
-              R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})");
-}
-
-TEST(AbiExchange, FileDataArrivesInEveryForm) {
-    CTempHome home;
-    CHostModule host;
-    CLoopbackHttpServer server([](const CLoopbackHttpServer::SRequest& request) {
-        if (request.path == "/data") {
-            return CLoopbackHttpServer::SReply{200, "ABC"};
-        }
-        return CLoopbackHttpServer::SReply{404, "missing"};
-    });
-    const struct {
-        const char* label;
-        std::string request;
-        uint32_t code;
-    } cases[] = {
-        {"inline base64", WithNul(R"({"mode":11,"fileData":"QUJD"})"), 0},
-        {"encoded-size fast path", WithNul(R"({"fileDataEncodedSize":4,"fileData":"QUJD","mode":11})"), 0},
-        {"raw bytes after the NUL", WithNul(R"({"mode":11,"fileDataSize":3})") + "ABC", 0},
-        {"download", WithNul(R"({"mode":11,"fileDataUrl":")" + server.Url("/data") + "\"}"), 0},
-        {"failed download", WithNul(R"({"mode":11,"fileDataUrl":")" + server.Url("/none") + "\"}"), 16264},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
-        const SAnswer answer = host.Call(c.request);
-        EXPECT_EQ(answer.json.find("\"errorCode\":" + std::to_string(c.code) + ","), 1u) << answer.json;
-    }
-    EXPECT_EQ(server.Requests().size(), 2u);
+    EXPECT_EQ(CHostModule::Split(packet).json, kBadJson);
 }
 
 TEST(AbiLogging, LinesOfOneCallArriveInOrder) {
     CTempHome home;
     CHostModule host;
     CLogCapture::Clear();
-    host.Call(WithNul(R"({"mode":37,"clientId":"host-1"})"));
+    host.Ask(R"({"mode":37,"clientId":"host-1"})");
     EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false},
                                                           {L"> EnumStore", false},
                                                           {L"StoreAddress received", false},
                                                           {L"<", false}}));
 
-    host.Call(WithNul(R"({"mode":37,"clientId":"host-1","test":true})"));
+    host.Ask(R"({"mode":37,"clientId":"host-1","test":true})");
     EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
 
-    host.Call(WithNul(R"({"mode":)"));
+    host.Ask(R"({"mode":)");
     EXPECT_EQ(CLogCapture::Take(),
               (std::vector<SLogLine>{{L": CryptoModule:95", true}, {L": ERROR Error parsing JSON.", true}}));
-}
-
-TEST(AbiConcurrency, ParallelCallsEachGetTheirOwnAnswer) {
-    CTempHome home;
-    CHostModule host;
-    std::vector<std::thread> threads;
-    std::atomic<int> wrong{0};
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&host, &wrong, t] {
-            for (int i = 0; i < 200; ++i) {
-                const bool known = (i + t) % 2 == 0;
-                const SAnswer answer = host.Call(WithNul(known ? R"({"mode":37})" : R"({"mode":98})"));
-                const char* expected =
-                    known ? R"({"errorCode":0,"errorMessage":"DONE","stores":["MY"]})"
-                          : R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
-                wrong += answer.json != expected ? 1 : 0;
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(wrong.load(), 0);
 }
 
 }  // namespace

@@ -1,20 +1,23 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "base/Encode.h"
-#include "base/ErrorCodes.h"
 #include "base/Exception.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
-// DecodeOrCode returns the decoded bytes as text, or "#<code>" when decoding throws.
-std::string DecodeOrCode(const char* text) {
+// Decoded is what Base64Decode (tokens null) or DecodeBase64IfNeeded makes of text: the bytes,
+// "raw" when the payload is kept as it is, or "#<code>" when decoding throws.
+std::string Decoded(const std::string& text, const std::vector<ca::TokenPair>* tokens = nullptr) {
     ca::MallocPtr out;
     uint32_t size = 0;
     try {
-        ca::Base64Decode(text, out, size);
+        if (tokens == nullptr) {
+            ca::Base64Decode(text.c_str(), out, size);
+        } else if (!ca::DecodeBase64IfNeeded(reinterpret_cast<const uint8_t*>(text.data()),
+                                             static_cast<uint32_t>(text.size()), *tokens, out, size)) {
+            return "raw";
+        }
     } catch (const ca::Exception& e) {
         return "#" + std::to_string(e.code);
     }
@@ -22,75 +25,38 @@ std::string DecodeOrCode(const char* text) {
 }
 
 TEST(Base64Decode, LenientScanRules) {
-    const struct {
-        const char* text;
-        std::string expected;
-    } cases[] = {
-        {"QUJD", "ABC"},
-        {"QUI=", "AB"},
-        {"QQ==", "A"},
-        {"QUJD\r\nREVG", "ABCDEF"},
-        {"QUJD*REVG", "ABC"},   // the scan ends at the first foreign character
-        {"QUJDR", "ABC"},       // a lone trailing character gives nothing
-        {"QUJDREU", "ABCDE"},   // three trailing characters give two bytes
-        {"QUJD=REVG", "ABC"},   // everything after "=" is ignored
-        {"====", "#16118"},
-        {"*", "#16118"},
-        {"\r\n", "#16118"},
-        {"Q", "#16118"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        EXPECT_EQ(DecodeOrCode(c.text), c.expected);
+    const std::pair<const char*, const char*> cases[] = {
+        {"QUJD", "ABC"},      {"QUI=", "AB"},  {"QQ==", "A"},      {"QUJD\r\nREVG", "ABCDEF"},
+        {"QUJD*REVG", "ABC"},  // the scan ends at the first foreign character
+        {"QUJDR", "ABC"},      // a lone trailing character gives nothing
+        {"QUJDREU", "ABCDE"},  // three trailing characters give two bytes
+        {"QUJD=REVG", "ABC"},  // everything after "=" is ignored
+        {"====", "#16118"},   {"*", "#16118"}, {"\r\n", "#16118"}, {"Q", "#16118"}};
+    for (const auto& [text, expected] : cases) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(Decoded(text), expected);
     }
-}
-
-TEST(Base64Decode, EmptyTextLeavesTheOutputAlone) {
+    // Empty text: size 0, the old buffer left in place.
     ca::MallocPtr out = ca::CopyBlob(reinterpret_cast<const uint8_t*>("x"), 1);
     const uint8_t* before = out.get();
     uint32_t size = 7;
     ca::Base64Decode("", out, size);
     EXPECT_EQ(size, 0u);
     EXPECT_EQ(out.get(), before);
-}
-
-TEST(Base64Encode, RoundTripsEveryLengthAndByte) {
-    EXPECT_EQ(ca::Base64Encode(nullptr, 0), "");
-    EXPECT_EQ(ca::Base64Encode(reinterpret_cast<const uint8_t*>("ABC"), 3), "QUJD");
-    EXPECT_EQ(ca::Base64Encode(reinterpret_cast<const uint8_t*>("AB"), 2), "QUI=");
-    EXPECT_EQ(ca::Base64Encode(reinterpret_cast<const uint8_t*>("A"), 1), "QQ==");
-    std::vector<uint8_t> bytes;
-    for (int i = 0; i < 300; ++i) {
-        bytes.push_back(static_cast<uint8_t>(i * 7 + 3));
-        const std::string text = ca::Base64Encode(bytes.data(), static_cast<uint32_t>(bytes.size()));
-        ca::MallocPtr out;
-        uint32_t size = 0;
-        ca::Base64Decode(text.c_str(), out, size);
-        ASSERT_EQ(std::vector<uint8_t>(out.get(), out.get() + size), bytes) << text;
-    }
-}
-
-TEST(Base64String, CharacterTest) {
-    EXPECT_TRUE(ca::_IsBase64String("QUJD\r\n", 0));
-    EXPECT_TRUE(ca::_IsBase64String("QU+/=", 0));
+    EXPECT_TRUE(ca::_IsBase64String("QU+/=\r\n", 0));
     EXPECT_FALSE(ca::_IsBase64String("QUJD REVG", 0));
     EXPECT_TRUE(ca::_IsBase64String("QUJD REVG", 4));  // only the given length is judged
     EXPECT_FALSE(ca::_IsBase64String("QU-J", 0));
 }
 
-// Decoded returns the decoded text, "raw" when the payload is kept, or "#<code>".
-std::string Decoded(const std::string& payload, const std::vector<ca::TokenPair>& tokens) {
-    ca::MallocPtr out;
-    uint32_t size = 0;
-    try {
-        if (!ca::DecodeBase64IfNeeded(reinterpret_cast<const uint8_t*>(payload.data()),
-                                      static_cast<uint32_t>(payload.size()), tokens, out, size)) {
-            return "raw";
-        }
-    } catch (const ca::Exception& e) {
-        return "#" + std::to_string(e.code);
+TEST(Base64Encode, KnownAnswersAndRoundTripOfEveryLength) {
+    EXPECT_EQ(ca::Base64Encode(nullptr, 0), "");
+    EXPECT_EQ(B64("ABC") + B64("AB") + B64("A"), "QUJDQUI=QQ==");
+    std::string bytes;
+    for (int i = 0; i < 300; ++i) {
+        bytes.push_back(static_cast<char>(i * 7 + 3));
+        ASSERT_EQ(Decoded(B64(bytes)), bytes) << i;
     }
-    return std::string(reinterpret_cast<const char*>(out.get()), size);
 }
 
 TEST(DecodeBase64IfNeeded, ArmouredAndBarePayloads) {
@@ -100,33 +66,36 @@ TEST(DecodeBase64IfNeeded, ArmouredAndBarePayloads) {
         const char* label;
         std::string payload;
         const std::vector<ca::TokenPair>& tokens;
-        std::string expected;
+        const char* expected;
     } cases[] = {
         {"armoured", "-----BEGIN CERTIFICATE-----\nQUJD\n-----END CERTIFICATE-----", cert, "ABC"},
         {"no closing line", "-----BEGIN CERTIFICATE-----\nQUJD\n", cert, "ABC"},
-        {"trailing newline after closing", "-----BEGIN CERTIFICATE-----\nQUJD\n-----END CERTIFICATE-----\n", cert, "ABC"},
+        {"newline after closing", "-----BEGIN CERTIFICATE-----\nQUJD\n-----END CERTIFICATE-----\n", cert,
+         "ABC"},
         {"opening line alone", "-----BEGIN CERTIFICATE-----", cert, "raw"},
         {"bare base64", "QUJD\r\nREVG", cert, "ABCDEF"},
         {"raw bytes", std::string("\x30\x82\x01\x0a\x02", 5), cert, "raw"},
         {"text with blanks", "hello world", cert, "raw"},
-        {"blank-padded signed armour", "----- BEGIN PKCS7 SIGNED -----QUJD----- END PKCS7 SIGNED -----", sign, "ABC"},
+        {"blank-padded signed armour", "----- BEGIN PKCS7 SIGNED -----QUJD----- END PKCS7 SIGNED -----", sign,
+         "ABC"},
         {"second pair matches", "-----BEGIN CMS-----\nQUJD\n-----END CMS-----", sign, "ABC"},
         {"unlisted armour is no base64", "-----BEGIN CMS-----\nQUJD\n-----END CMS-----", cert, "raw"},
         {"judged up to the first NUL", std::string("QUJD\0\xff\xfe", 7), cert, "ABC"},
-        {"padding only", "====", cert, "#16118"},
-    };
+        {"padding only", "====", cert, "#16118"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
-        EXPECT_EQ(Decoded(c.payload, c.tokens), c.expected);
+        EXPECT_EQ(Decoded(c.payload, &c.tokens), c.expected);
     }
 }
 
 TEST(TextConversion, Utf8RoundTripAndRepair) {
     const std::wstring text = L"A\u00e9\u0416\u20ac\U0001F600z";
-    EXPECT_EQ(ca::u8u16(ca::u16u8(text)), text);
     EXPECT_EQ(ca::u16u8(text), "A\xc3\xa9\xd0\x96\xe2\x82\xac\xf0\x9f\x98\x80z");
+    EXPECT_EQ(ca::u8u16(ca::u16u8(text)), text);
     // Broken input never throws; each bad byte becomes U+FFFD.
-    EXPECT_EQ(ca::u8u16("a\xff" "b"), L"a\uFFFDb");
+    EXPECT_EQ(ca::u8u16("a\xff"
+                        "b"),
+              L"a\uFFFDb");
     EXPECT_EQ(ca::u8u16("\xe2\x82"), L"\uFFFD\uFFFD");
     EXPECT_EQ(ca::u8u16("\xc0\xaf"), L"\uFFFD\uFFFD");  // overlong "/"
     EXPECT_EQ(ca::u16u8(std::wstring(1, static_cast<wchar_t>(0xD800))), "\xef\xbf\xbd");
@@ -135,16 +104,10 @@ TEST(TextConversion, Utf8RoundTripAndRepair) {
 
 TEST(UuidGenerate, BracedLowercaseVersion4) {
     const std::string a = ca::UuidGenerate();
-    const std::string b = ca::UuidGenerate();
     ASSERT_EQ(a.size(), 38u);
-    EXPECT_NE(a, b);
-    EXPECT_EQ(a.front(), '{');
-    EXPECT_EQ(a.back(), '}');
-    for (const size_t dash : {9u, 14u, 19u, 24u}) {
-        EXPECT_EQ(a[dash], '-');
-    }
-    EXPECT_EQ(a[15], '4');
-    EXPECT_EQ(a.find_first_of("ABCDEF"), std::string::npos);
+    EXPECT_NE(a, ca::UuidGenerate());
+    EXPECT_EQ(std::string() + a[0] + a[9] + a[14] + a[15] + a[19] + a[24] + a[37], "{--4--}");
+    EXPECT_EQ(a.find_first_not_of("{}-0123456789abcdef"), std::string::npos);
 }
 
 }  // namespace

@@ -14,53 +14,6 @@
 
 namespace {
 
-TEST(FileUtil, CreatesFoldersWithTheirParents) {
-    CTempHome home;
-    const std::string deep = home.Path() + "/a/b//c/";
-    EXPECT_TRUE(ca::TryCreateDir(deep));
-    EXPECT_TRUE(ca::TryCreateDir(deep));  // already there
-    struct stat info {};
-    ASSERT_EQ(stat((home.Path() + "/a/b/c").c_str(), &info), 0);
-    EXPECT_TRUE(S_ISDIR(info.st_mode));
-
-    ASSERT_TRUE(ca::StringToFile(home.Path() + "/file", "x"));
-    EXPECT_FALSE(ca::TryCreateDir(home.Path() + "/file"));
-    EXPECT_FALSE(ca::TryCreateDir(home.Path() + "/file/below"));
-    EXPECT_FALSE(ca::TryCreateDir(""));
-}
-
-TEST(FileUtil, WholeFileRoundTripAndBounds) {
-    CTempHome home;
-    const std::string path = home.Path() + "/text";
-    const std::string text("line\n\0binary\xff", 13);
-    ASSERT_TRUE(ca::StringToFile(path, text));
-    std::string read;
-    ASSERT_TRUE(ca::FileToString(path, read));
-    EXPECT_EQ(read, text);
-    ASSERT_TRUE(ca::StringToFile(path, "short"));  // replaces
-    ASSERT_TRUE(ca::FileToString(path, read));
-    EXPECT_EQ(read, "short");
-
-    EXPECT_TRUE(ca::FileToString(path, read, 5));
-    EXPECT_FALSE(ca::FileToString(path, read, 4));
-    EXPECT_TRUE(read.empty());
-    EXPECT_TRUE(ca::IsRegularFile(path));
-    EXPECT_FALSE(ca::IsRegularFile(home.Path()));
-    EXPECT_FALSE(ca::StringToFile(home.Path() + "/missing/x", "x"));
-}
-
-TEST(FileUtil, SpecialFilesAreRefusedWithoutBlocking) {
-    CTempHome home;
-    const std::string fifo = home.Path() + "/fifo";
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    std::string read = "old";
-    EXPECT_FALSE(ca::FileToString(fifo, read));  // no writer: a blocking open would hang here
-    EXPECT_TRUE(read.empty());
-    EXPECT_FALSE(ca::FileToString(home.Path(), read));
-    EXPECT_FALSE(ca::FileToString(home.Path() + "/missing", read));
-    EXPECT_FALSE(ca::IsRegularFile(fifo));
-}
-
 size_t Entries(const std::string& dir) {
     size_t n = 0;
     for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir)) {
@@ -69,20 +22,52 @@ size_t Entries(const std::string& dir) {
     return n;
 }
 
+TEST(FileUtil, FoldersAndWholeFiles) {
+    CTempHome home;
+    const std::string path = home.Path() + "/file";
+    EXPECT_TRUE(ca::TryCreateDir(home.Path() + "/a/b//c/"));
+    EXPECT_TRUE(ca::TryCreateDir(home.Path() + "/a/b/c"));  // already there
+    EXPECT_FALSE(ca::TryCreateDir(""));
+    const std::string text("line\n\0binary\xff", 13);
+    ASSERT_TRUE(ca::StringToFile(path, text));
+    std::string read;
+    ASSERT_TRUE(ca::FileToString(path, read));
+    EXPECT_EQ(read, text);
+    ASSERT_TRUE(ca::StringToFile(path, "short"));  // replaces
+    EXPECT_TRUE(ca::FileToString(path, read, 5));
+    EXPECT_EQ(read, "short");
+    EXPECT_FALSE(ca::FileToString(path, read, 4));
+    EXPECT_TRUE(read.empty());
+    EXPECT_FALSE(ca::TryCreateDir(path));
+    EXPECT_FALSE(ca::TryCreateDir(path + "/below"));
+    EXPECT_FALSE(ca::StringToFile(home.Path() + "/missing/x", "x"));
+
+    // Only regular files are read, and a FIFO without a writer must not block the open.
+    const std::string fifo = home.Path() + "/fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& other : {fifo, home.Path(), home.Path() + "/missing"}) {
+        SCOPED_TRACE(other);
+        read = "old";
+        EXPECT_FALSE(ca::FileToString(other, read));
+        EXPECT_TRUE(read.empty());
+        EXPECT_FALSE(ca::IsRegularFile(other));
+    }
+    EXPECT_TRUE(ca::IsRegularFile(path));
+}
+
 // A target is replaced only when it is a regular file (or a link to one, which is replaced itself),
 // and never opened: a FIFO would block, a device would be written to.
 TEST(FileUtil, AtomicWriteReplacesOnlyRegularFiles) {
     using Make = bool (*)(const std::string& path);  // puts the target at path; "old" in files
-    struct SCase {
+    const Make file = [](const std::string& path) { return ca::StringToFile(path, "old", 0600); };
+    const Make dangling = [](const std::string& path) { return symlink("missing", path.c_str()) == 0; };
+    const struct {
         const char* label;
         Make make;  // null: no target
         bool replace;
         const char* error;  // null: written
         unsigned mode;      // of the written file
-    };
-    const Make file = [](const std::string& path) { return ca::StringToFile(path, "old", 0600); };
-    const Make dangling = [](const std::string& path) { return symlink("missing", path.c_str()) == 0; };
-    const SCase cases[] = {
+    } cases[] = {
         {"new path", nullptr, false, nullptr, 0640},
         {"file replaced, keeps its narrower mode", file, true, nullptr, 0600},
         {"file kept without replace", file, false, "/out' already exists", 0},
@@ -99,8 +84,7 @@ TEST(FileUtil, AtomicWriteReplacesOnlyRegularFiles) {
          [](const std::string& path) {
              return ca::StringToFile(path + "-target", "old") && symlink("out-target", path.c_str()) == 0;
          },
-         true, nullptr, 0640},
-    };
+         true, nullptr, 0640}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         CTempHome home;
@@ -147,17 +131,17 @@ TEST(FileUtil, FailedAtomicWriteKeepsTheOldFile) {
         const rlimit limit{16, 16};
         std::string error;
         const std::string big(4096, 'x');
-        const bool failed = setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
-                            !ca::WriteFileAtomic(path, big.data(), big.size(), 0644, true, error) &&
-                            error.find("File too large") != std::string::npos;
-        _exit(failed ? 0 : 1);
+        _exit(setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                      !ca::WriteFileAtomic(path, big.data(), big.size(), 0644, true, error) &&
+                      error.find("File too large") != std::string::npos
+                  ? 0
+                  : 1);
     }
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     std::string text;
-    EXPECT_TRUE(ca::FileToString(path, text));
-    EXPECT_EQ(text, "old");
+    EXPECT_TRUE(ca::FileToString(path, text) && text == "old");
     EXPECT_EQ(Entries(home.Path()), 1u);
 }
 

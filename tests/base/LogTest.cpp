@@ -15,19 +15,14 @@ TEST(Log, UnboundCallbackReportsFalse) {
 }
 
 TEST(Log, FormattedLinesHaveNoLengthLimit) {
-    LogInit(&CLogCapture::CaptureLogLine, {});
-    CLogCapture::Clear();
+    CLogScope log;
     const std::wstring longText(100000, L'\u0416');
     EXPECT_TRUE(ca::LogEventFmt(L"[%ls] %u", false, longText.c_str(), 7u));
-    const auto lines = CLogCapture::Take();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].text, L"[" + longText + L"] 7");
-    LogInit(nullptr, {});
+    EXPECT_EQ(log.Take(), (std::vector<SLogLine>{{L"[" + longText + L"] 7", false}}));
 }
 
 TEST(Log, LogErrorWritesTwoLinesAndMayThrow) {
-    LogInit(&CLogCapture::CaptureLogLine, {});
-    CLogCapture::Clear();
+    CLogScope log;
     try {
         ca::LogError(L"CryptoModule:95", L"", ca::kMethodNotSupported, true);
         ADD_FAILURE() << "no exception";
@@ -35,10 +30,9 @@ TEST(Log, LogErrorWritesTwoLinesAndMayThrow) {
         EXPECT_EQ(e.code, ca::kMethodNotSupported);
         EXPECT_EQ(e.message, L"Method not supported.");
     }
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L": CryptoModule:95", true},
-                                                          {L": ERROR Method not supported.", true}}));
+    EXPECT_EQ(log.Take(), (std::vector<SLogLine>{{L": CryptoModule:95", true},
+                                                 {L": ERROR Method not supported.", true}}));
     EXPECT_EQ(ca::GetLineString("CryptAsn1Base", 190, "Nov 22 2026"), L"CryptAsn1Base:190");
-    LogInit(nullptr, {});
 }
 
 }  // namespace

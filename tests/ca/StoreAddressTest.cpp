@@ -1,15 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "ca/StoreAddress.h"
+#include "tests/support/TestSupport.h"
 
 namespace {
-
-std::string Json(const ca::ISerializable& record) {
-    rapidjson::StringBuffer buffer;
-    ca::JsonWriter writer(buffer);
-    record.ToJson(writer);
-    return buffer.GetString();
-}
 
 TEST(StoreAddress, ParseTextForms) {
     const struct {
@@ -24,8 +18,7 @@ TEST(StoreAddress, ParseTextForms) {
         {L"xyz:My", 0, L"My", L""},
         {L"remote", 9, L"remote", L""},  // no colon: the whole text is both parts
         {L":", 0, L"", L""},
-        {L"sss:a:b", 6, L"a:b", L""},
-    };
+        {L"sss:a:b", 6, L"a:b", L""}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         ca::StoreAddress address;
@@ -35,8 +28,6 @@ TEST(StoreAddress, ParseTextForms) {
         EXPECT_EQ(address.GetAddress(), c.address);
         EXPECT_FALSE(address.IsEmpty());
     }
-    EXPECT_EQ(ca::StoreAddress::ParseLoc(L"SSLM"), 3u);
-    EXPECT_EQ(ca::StoreAddress::ParseLoc(L"xyz"), 0u);
 }
 
 TEST(StoreAddress, AddressNormalisationLocalityAndNames) {
@@ -46,16 +37,14 @@ TEST(StoreAddress, AddressNormalisationLocalityAndNames) {
         const wchar_t* normalised;
         bool valid;
         bool local;
-    } cases[] = {
-        {L"sslm", L"", L"\\\\LOCALHOST", true, true},
-        {L"sslmgp", L"", L"\\\\LOCALHOST", true, true},
-        {L"sslm", L"127.0.0.1", L"\\\\127.0.0.1", true, true},
-        {L"sss", L"\\far.example.org", L"\\\\far.example.org", true, false},
-        {L"sscu", L"far", L"\\\\far", true, true},  // sscu is local whatever the address
-        {L"remote", L"localhost", L"\\\\localhost", true, false},
-        {L"sslm", L"\\\\a\\b", L"\\\\a\\b", false, false},
-        {L"ssu", L"a b", L"\\\\a b", false, false},
-    };
+    } cases[] = {{L"sslm", L"", L"\\\\LOCALHOST", true, true},
+                 {L"sslmgp", L"", L"\\\\LOCALHOST", true, true},
+                 {L"sslm", L"127.0.0.1", L"\\\\127.0.0.1", true, true},
+                 {L"sss", L"\\far.example.org", L"\\\\far.example.org", true, false},
+                 {L"sscu", L"far", L"\\\\far", true, true},  // sscu is local whatever the address
+                 {L"remote", L"localhost", L"\\\\localhost", true, false},
+                 {L"sslm", L"\\\\a\\b", L"\\\\a\\b", false, false},
+                 {L"ssu", L"a b", L"\\\\a b", false, false}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::wstring(c.code) + L" " + c.address);
         const ca::StoreAddress address(c.code, c.address, L"MY");
@@ -69,31 +58,24 @@ TEST(StoreAddress, AddressNormalisationLocalityAndNames) {
     EXPECT_EQ(ca::StoreAddress(L"MY", false).GetFullAddress(), L"sscu:MY");
 }
 
-TEST(StoreAddress, JsonForms) {
+TEST(StoreAddress, JsonFormsAndFilter) {
     EXPECT_EQ(Json(ca::StoreAddress()), "{}");
-    EXPECT_EQ(Json(ca::StoreAddress(L"sslm", L"", L"MY")), R"({"location":"sslm","address":"\\\\LOCALHOST","name":"MY"})");
     rapidjson::Document doc;
-    doc.Parse(R"([{"name":"VALKOTempStore"},{},{"address":"ignored"},{"location":"REMOTE","address":"h","name":"x"}])");
+    doc.Parse(
+        R"([{"name":"VALKOTempStore"},{},{"address":"ignored"},{"location":"REMOTE","address":"h","name":"x"}])");
     ca::StoreAddresses list;
     list.FromJson(doc);
     ASSERT_EQ(list.items.size(), 4u);
     EXPECT_TRUE(list.items[0].IsTempStore());
     EXPECT_TRUE(list.items[1].IsEmpty());
     EXPECT_TRUE(list.items[2].IsEmpty());  // an address alone sets nothing
-    EXPECT_EQ(list.items[2].GetAddress(), L"");
     EXPECT_TRUE(list.items[3].IsRemote());
     EXPECT_EQ(Json(list), R"([{"location":"","address":"","name":"VALKOTempStore"},{},{},)"
                           R"({"location":"remote","address":"\\\\h","name":"x"}])");
+    EXPECT_EQ(ca::FilterAddresses(list, [](const ca::StoreAddress& a) { return a.IsEmpty(); }), 2);
+    EXPECT_EQ(list.items.size(), 2u);
     doc.Parse(R"({"name":5})");
     EXPECT_THROW(ca::StoreAddress().FromJson(doc), ca::Exception);
-}
-
-TEST(StoreAddress, FilterKeepsAcceptedOnes) {
-    ca::StoreAddresses list;
-    list.items = {ca::StoreAddress(L"", L"", L"VALKOTempStore"), ca::StoreAddress(L"sscu", L"", L"MY"),
-                  ca::StoreAddress(L"", L"", L"VALKOTempStore")};
-    EXPECT_EQ(ca::FilterAddresses(list, [](const ca::StoreAddress& a) { return a.IsTempStore(); }), 1);
-    EXPECT_EQ(list.items.size(), 2u);
 }
 
 }  // namespace

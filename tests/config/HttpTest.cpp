@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -10,79 +9,50 @@
 #include "base/Exception.h"
 #include "config/Network.h"
 #include "config/curl_isolate.h"
-#include "base/Log.h"
 #include "tests/support/LoopbackHttpServer.h"
+#include "tests/support/TestSupport.h"
 
 namespace {
 
 using Reply = CLoopbackHttpServer::SReply;
 using Request = CLoopbackHttpServer::SRequest;
 
-std::string AllByteValues() {
+// TestBytes(n) is every byte value once, then pseudo-random bytes up to n.
+std::string TestBytes(size_t n) {
     std::string bytes;
-    for (int i = 0; i < 256; ++i) {
-        bytes.push_back(static_cast<char>(i));
-    }
-    return bytes;
-}
-
-std::string PseudoRandomBytes(size_t n) {
-    std::string bytes(n, '\0');
     uint32_t x = 2463534242u;
-    for (char& c : bytes) {
+    for (size_t i = 0; i < n; ++i) {
         x ^= x << 13;
         x ^= x >> 17;
         x ^= x << 5;
-        c = static_cast<char>(x);
+        bytes.push_back(static_cast<char>(i < 256 ? i : x));
     }
     return bytes;
 }
 
 // Paths of the test server: /status/N answers N, /hop/N redirects N times before "arrived",
-// /loop redirects to itself, /to/<url> redirects to <url>, /slow answers after two seconds,
-// /size/N sends N bytes, /stream/N sends N bytes without Content-Length, /echo returns the body.
+// /to/<url> redirects to <url>, /slow answers after two seconds,
+// /size/N sends TestBytes(N), /stream/N the same without Content-Length, /echo returns the body.
 Reply Route(const Request& request) {
     const std::string& p = request.path;
     const auto number = [&p](size_t prefix) { return std::stoul(p.substr(prefix)); };
+    Reply reply{200, "payload"};
     if (p.rfind("/status/", 0) == 0) {
-        return Reply{static_cast<int>(number(8)), "status body"};
-    }
-    if (p.rfind("/hop/", 0) == 0) {
-        const unsigned long left = number(5);
-        return left == 0 ? Reply{200, "arrived"} : Reply{302, "", "/hop/" + std::to_string(left - 1)};
-    }
-    if (p == "/loop") {
-        return Reply{302, "", "/loop"};
-    }
-    if (p.rfind("/to/", 0) == 0) {
-        return Reply{302, "", p.substr(4)};
-    }
-    if (p == "/slow") {
-        Reply reply{200, "late"};
+        reply = Reply{static_cast<int>(number(8)), "status body"};
+    } else if (p.rfind("/hop/", 0) == 0) {
+        reply =
+            number(5) == 0 ? Reply{200, "arrived"} : Reply{302, "", "/hop/" + std::to_string(number(5) - 1)};
+    } else if (p.rfind("/to/", 0) == 0) {
+        reply = Reply{302, "", p.substr(4)};
+    } else if (p == "/slow") {
         reply.delayMs = 2000;
-        return reply;
+    } else if (p.rfind("/size/", 0) == 0 || p.rfind("/stream/", 0) == 0) {
+        reply.omitContentLength = p.rfind("/stream/", 0) == 0;
+        reply.body = TestBytes(number(p.find('/', 1) + 1));
+    } else if (p == "/echo") {
+        reply.body = "answer:" + request.body + "|" + request.Header("Content-Type");
     }
-    if (p.rfind("/size/", 0) == 0) {
-        return Reply{200, std::string(number(6), 'x')};
-    }
-    if (p.rfind("/stream/", 0) == 0) {
-        Reply reply{200, std::string(number(8), 'x')};
-        reply.omitContentLength = true;
-        return reply;
-    }
-    if (p == "/echo") {
-        return Reply{200, "answer:" + request.body + "|" + request.Header("Content-Type")};
-    }
-    return Reply{200, "payload"};
-}
-
-std::mutex logMutex;
-std::vector<std::wstring> logLines;
-
-bool CaptureLog(const wchar_t* text, bool isError) {
-    std::lock_guard<std::mutex> lock(logMutex);
-    logLines.push_back((isError ? L"E " : L"I ") + std::wstring(text));
-    return true;
+    return reply;
 }
 
 class HttpTest : public ::testing::Test {
@@ -113,68 +83,48 @@ protected:
 };
 
 TEST_F(HttpTest, GetReturnsTheBodyByteForByte) {
-    const std::string bodies[] = {"", AllByteValues(), PseudoRandomBytes(3u << 20)};
-    for (const std::string& expected : bodies) {
-        for (const bool streamed : {false, true}) {
-            SCOPED_TRACE((streamed ? "streamed " : "declared ") + std::to_string(expected.size()));
-            CLoopbackHttpServer exact([&expected, streamed](const Request&) {
-                Reply reply{200, expected};
-                reply.omitContentLength = streamed;
-                return reply;
-            });
+    for (const size_t size : {0u, 3u << 20}) {
+        for (const char* path : {"/size/", "/stream/"}) {
+            SCOPED_TRACE(path + std::to_string(size));
             std::string body = "stale";
-            ASSERT_EQ(Get(exact.Url("/file"), &body), ca::kOk);
-            EXPECT_TRUE(body == expected) << "size " << body.size();
+            ASSERT_EQ(Get(server.Url(path + std::to_string(size)), &body), ca::kOk);
+            EXPECT_TRUE(body == TestBytes(size)) << "size " << body.size();
         }
-    }
-}
-
-struct SUrlCase {
-    const char* label;
-    std::string url;
-    uint32_t code;
-};
-
-TEST_F(HttpTest, FailuresMapToConnectionOrServerError) {
-    CRefusingLoopbackPort refusing;
-    const SUrlCase cases[] = {
-        {"404", server.Url("/status/404"), ca::kServerError},
-        {"500", server.Url("/status/500"), ca::kServerError},
-        {"400", server.Url("/status/400"), ca::kServerError},
-        {"399", server.Url("/status/399"), ca::kOk},
-        {"refused port", refusing.Url("/x"), ca::kConnectionError},
-        {"file scheme", "file:///etc/passwd", ca::kConnectionError},
-        {"ftp scheme", "ftp://127.0.0.1:" + std::to_string(server.Port()) + "/x", ca::kConnectionError},
-        {"redirect to file scheme", server.Url("/to/file:///etc/passwd"), ca::kConnectionError},
-        {"redirect loop", server.Url("/loop"), ca::kConnectionError},
-        {"five redirects", server.Url("/hop/5"), ca::kOk},
-        {"six redirects", server.Url("/hop/6"), ca::kConnectionError},
-    };
-    for (const SUrlCase& c : cases) {
-        SCOPED_TRACE(c.label);
-        EXPECT_EQ(Get(c.url), c.code);
     }
     std::string body;
     ASSERT_EQ(Get(server.Url("/hop/3"), &body), ca::kOk);
     EXPECT_EQ(body, "arrived");
 }
 
-TEST_F(HttpTest, SettingsBoundRedirectsAndDownloadSize) {
-    ca::HttpSettings settings;
-    settings.maxRedirects = 1;
-    settings.maxDownload = 1000;
-    ca::Http::Configure(settings);
-    const SUrlCase cases[] = {
-        {"one redirect", server.Url("/hop/1"), ca::kOk},
-        {"two redirects", server.Url("/hop/2"), ca::kConnectionError},
-        {"at the limit", server.Url("/size/1000"), ca::kOk},
-        {"declared above the limit", server.Url("/size/1001"), ca::kConnectionError},
-        {"streamed at the limit", server.Url("/stream/1000"), ca::kOk},
-        {"streamed above the limit", server.Url("/stream/1001"), ca::kConnectionError},
-        {"streamed far above the limit", server.Url("/stream/5000000"), ca::kConnectionError},
-    };
-    for (const SUrlCase& c : cases) {
+TEST_F(HttpTest, FailuresMapToConnectionOrServerErrorWithinTheBounds) {
+    CRefusingLoopbackPort refusing;
+    const struct {
+        const char* label;
+        std::string url;
+        uint32_t code;
+        bool tight;  // at most one redirect and 1,000 bytes
+    } cases[] = {
+        {"400", server.Url("/status/400"), ca::kServerError, false},
+        {"399", server.Url("/status/399"), ca::kOk, false},
+        {"refused port", refusing.Url("/x"), ca::kConnectionError, false},
+        {"file scheme", "file:///etc/passwd", ca::kConnectionError, false},
+        {"redirect to file scheme", server.Url("/to/file:///etc/passwd"), ca::kConnectionError, false},
+        {"five redirects", server.Url("/hop/5"), ca::kOk, false},
+        {"six redirects", server.Url("/hop/6"), ca::kConnectionError, false},
+        {"one redirect", server.Url("/hop/1"), ca::kOk, true},
+        {"two redirects", server.Url("/hop/2"), ca::kConnectionError, true},
+        {"at the limit", server.Url("/size/1000"), ca::kOk, true},
+        {"declared above the limit", server.Url("/size/1001"), ca::kConnectionError, true},
+        {"streamed at the limit", server.Url("/stream/1000"), ca::kOk, true},
+        {"streamed above the limit", server.Url("/stream/1001"), ca::kConnectionError, true}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
+        ca::HttpSettings settings;
+        if (c.tight) {
+            settings.maxRedirects = 1;
+            settings.maxDownload = 1000;
+        }
+        ca::Http::Configure(settings);
         EXPECT_EQ(Get(c.url), c.code);
     }
 }
@@ -190,13 +140,12 @@ TEST_F(HttpTest, TimeOutComesFromTheCallOrTheSettings) {
 }
 
 TEST_F(HttpTest, GetLogsTheDetailAsAnErrorLine) {
-    LogInit(&CaptureLog, {});
-    logLines.clear();
+    CLogScope log;
     const std::string url = server.Url("/status/503");
     EXPECT_EQ(Get(url), ca::kServerError);
-    LogInit(nullptr, {});
-    ASSERT_EQ(logLines.size(), 1u);
-    EXPECT_EQ(logLines[0], L"E GET " + std::wstring(url.begin(), url.end()) + L": HTTP status 503");
+    EXPECT_EQ(log.Take(),
+              (std::vector<SLogLine>{
+                  {L"GET " + std::wstring(url.begin(), url.end()) + L": HTTP status 503", true}}));
 }
 
 TEST_F(HttpTest, GoesThroughTheConfiguredProxyWithItsLogin) {
@@ -215,49 +164,45 @@ TEST_F(HttpTest, GoesThroughTheConfiguredProxyWithItsLogin) {
     EXPECT_EQ(requests[0].Header("Proxy-Authorization"), "Basic dXNlcjpwQHNz");
 }
 
-TEST_F(HttpTest, PostSendsExactBytesAndHeadersAndReturnsTheAnswer) {
-    const std::string payload = AllByteValues() + PseudoRandomBytes(2u << 20);
-    ca::MallocPtr answer;
-    uint32_t answerSize = 0;
-    std::string error = "stale";
-    const uint32_t code =
-        ca::Http::PostBlob(server.Url("/echo"), 0, {"Content-Type: application/octet-stream"},
-                           reinterpret_cast<const uint8_t*>(payload.data()),
-                           static_cast<uint32_t>(payload.size()), answer, answerSize, error);
-    ASSERT_EQ(code, ca::kOk) << error;
-    EXPECT_EQ(error, "");
-    const std::string expected = "answer:" + payload + "|application/octet-stream";
-    ASSERT_EQ(answerSize, expected.size());
-    EXPECT_EQ(std::memcmp(answer.get(), expected.data(), answerSize), 0);
-    const auto requests = server.Requests();
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_EQ(requests[0].method, "POST");
-    EXPECT_TRUE(requests[0].body == payload);
-}
-
-TEST_F(HttpTest, PostFailuresAreReturnedWithText) {
+TEST_F(HttpTest, PostSendsExactBytesAndReturnsTheAnswerOrTheFailure) {
     CRefusingLoopbackPort refusing;
-    const SUrlCase cases[] = {
-        {"500", server.Url("/status/500"), ca::kServerError},
-        {"refused port", refusing.Url("/up"), ca::kConnectionError},
-        {"file scheme", "file:///tmp/upload", ca::kConnectionError},
-    };
-    const uint8_t data[] = {1, 2, 3};
-    for (const SUrlCase& c : cases) {
+    const std::string payload = TestBytes(2u << 20);
+    const std::string expected = "answer:" + payload + "|application/octet-stream";
+    const struct {
+        const char* label;
+        std::string url;
+        uint32_t code;
+        const char* error;
+    } cases[] = {{"echo", server.Url("/echo"), ca::kOk, ""},
+                 {"500", server.Url("/status/500"), ca::kServerError, "HTTP status 500"},
+                 {"refused port", refusing.Url("/up"), ca::kConnectionError, nullptr},
+                 {"file scheme", "file:///tmp/upload", ca::kConnectionError, nullptr}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         ca::MallocPtr answer;
         uint32_t answerSize = 77;
-        std::string error;
-        EXPECT_EQ(ca::Http::PostBlob(c.url, 0, {}, data, sizeof(data), answer, answerSize, error), c.code);
-        EXPECT_FALSE(error.empty());
-        EXPECT_EQ(answer, nullptr);
-        EXPECT_EQ(answerSize, 77u);
+        std::string error = "stale";
+        EXPECT_EQ(ca::Http::PostBlob(c.url, 0, {"Content-Type: application/octet-stream"},
+                                     reinterpret_cast<const uint8_t*>(payload.data()),
+                                     static_cast<uint32_t>(payload.size()), answer, answerSize, error),
+                  c.code);
+        if (c.error != nullptr) {
+            EXPECT_EQ(error, c.error);
+        } else {
+            EXPECT_FALSE(error.empty() || error == "stale");
+        }
+        if (c.code == ca::kOk) {
+            EXPECT_TRUE(answerSize == expected.size() &&
+                        std::memcmp(answer.get(), expected.data(), answerSize) == 0);
+        } else {
+            EXPECT_EQ(answer, nullptr);
+            EXPECT_EQ(answerSize, 77u);
+        }
     }
-    std::string error;
-    ca::MallocPtr answer;
-    uint32_t answerSize = 0;
-    ca::Http::PostBlob(server.Url("/status/500"), 0, {}, data, 3, answer, answerSize, error);
-    EXPECT_EQ(error, "HTTP status 500");
+    const auto requests = server.Requests();
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].method, "POST");
+    EXPECT_TRUE(requests[0].body == payload);
 }
 
 TEST(CurlResolve, MissingLibraryOrSymbolIsReported) {

@@ -4,76 +4,58 @@
 
 #include "base/Encode.h"
 #include "base/FileUtil.h"
-#include "config/PKIConfigFileParser.h"
 #include "base/Lng.h"
+#include "config/PKIConfigFileParser.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
 std::string PkiPath(const CTempHome& home) { return home.Path() + "/.config/OruPKISvc/OruPKISvcConfig.json"; }
 
-void WritePki(const CTempHome& home, const std::string& text) {
-    ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruPKISvc"));
-    ASSERT_TRUE(ca::StringToFile(PkiPath(home), text));
+// Fields shows the values as "LogMode|LogFileName|HttpPort|Language".
+std::wstring Fields(const ca::PKIConfigFileParser& config) {
+    return std::to_wstring(config.logMode) + L"|" + config.logFileName + L"|" +
+           std::to_wstring(config.httpPort) + L"|" + config.language;
 }
 
-struct SPkiCase {
-    const char* label;
-    const char* file;  // null: no file
-    bool ok;
-    int logMode;
-    const wchar_t* logFileName;
-    int httpPort;
-    const wchar_t* language;
-    uint32_t lang;  // the message language afterwards; it was English before
-};
-
-const SPkiCase kPkiCases[] = {
-    {"missing file", nullptr, false, 0, L"OruPKISvc.log", 18503, L"Ru", kLangEnglish},
-    {"broken JSON", "{\"LogMode\":1", false, 0, L"OruPKISvc.log", 18503, L"Ru", kLangEnglish},
-    {"no object", "[1]", false, 0, L"OruPKISvc.log", 18503, L"Ru", kLangEnglish},
-    {"empty object: the default Ru selects Russian", "{}", true, 0, L"OruPKISvc.log", 18503, L"Ru",
-     kLangRussian},
-    {"mistyped members keep their defaults",
-     R"({"LogMode":true,"HttpPort":"18504","LogFileName":1,"Language":null})", true, 0, L"OruPKISvc.log",
-     18503, L"Ru", kLangRussian},
-    {"all members", R"({"LogMode":2,"LogFileName":"журнал.log","HttpPort":1,"Language":"en"})", true, 2,
-     L"журнал.log", 1, L"en", kLangEnglish},
-};
-
-TEST(PKIConfig, FileTextsGiveValues) {
-    for (const auto& c : kPkiCases) {
+TEST(PKIConfig, FileTextsGiveValuesAndTheLanguage) {
+    const struct {
+        const char* label;
+        const char* file;  // null: no file
+        const wchar_t* before;
+        bool ok;
+        const wchar_t* fields;
+        uint32_t language;  // afterwards
+    } cases[] = {{"missing file", nullptr, L"en", false, L"0|OruPKISvc.log|18503|Ru", kLangEnglish},
+                 {"broken JSON", "{\"LogMode\":1", L"en", false, L"0|OruPKISvc.log|18503|Ru", kLangEnglish},
+                 {"no object", "[1]", L"en", false, L"0|OruPKISvc.log|18503|Ru", kLangEnglish},
+                 {"empty object: the default Ru selects Russian", "{}", L"en", true,
+                  L"0|OruPKISvc.log|18503|Ru", kLangRussian},
+                 {"mistyped members keep their defaults",
+                  R"({"LogMode":true,"HttpPort":"1","LogFileName":1,"Language":null})", L"en", true,
+                  L"0|OruPKISvc.log|18503|Ru", kLangRussian},
+                 {"all members", R"({"LogMode":2,"LogFileName":"журнал.log","HttpPort":1,"Language":"en"})",
+                  L"ru", true, L"2|журнал.log|1|en", kLangEnglish}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
-        SetVALKOLng(L"en");
+        CLanguageScope language(c.before);
         CTempHome home;
         if (c.file != nullptr) {
-            WritePki(home, c.file);
+            ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruPKISvc"));
+            ASSERT_TRUE(ca::StringToFile(PkiPath(home), c.file));
         }
         ca::PKIConfigFileParser config;
         config.httpPort = 5;  // reading starts from the defaults
         EXPECT_EQ(config.ReadConfig(), c.ok);
-        EXPECT_EQ(config.logMode, c.logMode);
-        EXPECT_EQ(config.logFileName, c.logFileName);
-        EXPECT_EQ(config.httpPort, c.httpPort);
-        EXPECT_EQ(config.language, c.language);
+        EXPECT_EQ(Fields(config), c.fields);
         EXPECT_EQ(config.configDir, ca::u8u16(home.Path()) + L"/.config/OruPKISvc");
-        EXPECT_EQ(GetVALKOLng(), c.lang);
+        EXPECT_EQ(GetVALKOLng(), c.language);
     }
-    SetVALKOLng(L"en");
-}
-
-TEST(PKIConfig, EnglishFileSwitchesARussianProcessToEnglish) {
-    SetVALKOLng(L"ru");
-    CTempHome home;
-    WritePki(home, R"({"Language":"en"})");
-    ca::PKIConfigFileParser config;
-    EXPECT_TRUE(config.ParseConfigFile());
-    EXPECT_EQ(GetVALKOLng(), kLangEnglish);
-    SetVALKOLng(L"en");
 }
 
 TEST(PKIConfig, WriteCreatesTheFolderAndReadsBack) {
     CTempHome home;
+    CLanguageScope language;
     ca::PKIConfigFileParser written;
     written.logMode = 3;
     written.logFileName = L"pki \"log\".txt";
@@ -86,14 +68,9 @@ TEST(PKIConfig, WriteCreatesTheFolderAndReadsBack) {
         text,
         "{\n    \"LogMode\": 3,\n    \"LogFileName\": \"pki \\\"log\\\".txt\",\n    \"HttpPort\": 443,\n"
         "    \"Language\": \"en\"\n}\n");
-
     ca::PKIConfigFileParser read;
     EXPECT_TRUE(read.ReadConfig());
-    EXPECT_EQ(read.logMode, 3);
-    EXPECT_EQ(read.logFileName, written.logFileName);
-    EXPECT_EQ(read.httpPort, 443);
-    EXPECT_EQ(read.language, L"en");
-    SetVALKOLng(L"en");
+    EXPECT_EQ(Fields(read), Fields(written));
 }
 
 }  // namespace

@@ -5,16 +5,13 @@
 #include <QWidget>
 #include <clocale>
 #include <cstdlib>
-#include <cstring>
-#include <iterator>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "base/Log.h"
 #include "module/MessageBox.h"
+#include "tests/support/TestSupport.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -30,49 +27,16 @@
 
 namespace {
 
-using BoxFunction = void (*)(const std::wstring& text, const std::wstring& caption);
-
-struct SBoxCase {
+const struct {
     const char* label;
-    BoxFunction show;
+    void (*show)(const std::wstring& text, const std::wstring& caption);
     ca::MessageBoxKind kind;
     QMessageBox::Icon icon;
-};
+} kBoxes[] = {{"warning", &ca::MessageBoxWarning, ca::MessageBoxKind::kWarning, QMessageBox::Warning},
+              {"info", &ca::MessageBoxInfo, ca::MessageBoxKind::kInfo, QMessageBox::Information},
+              {"error", &ca::MessageBoxError, ca::MessageBoxKind::kError, QMessageBox::Critical}};
 
-const SBoxCase kBoxes[] = {
-    {"warning", &ca::MessageBoxWarning, ca::MessageBoxKind::kWarning, QMessageBox::Warning},
-    {"info", &ca::MessageBoxInfo, ca::MessageBoxKind::kInfo, QMessageBox::Information},
-    {"error", &ca::MessageBoxError, ca::MessageBoxKind::kError, QMessageBox::Critical},
-};
-
-std::mutex logMutex;
-std::vector<std::wstring> logLines;
-
-bool CaptureLog(const wchar_t* text, bool isError) {
-    std::lock_guard<std::mutex> lock(logMutex);
-    logLines.push_back((isError ? L"E " : L"I ") + std::wstring(text));
-    return true;
-}
-
-// SLogCapture binds the capturing callback for one test and unbinds it afterwards.
-struct SLogCapture {
-    SLogCapture() {
-        logLines.clear();
-        LogInit(&CaptureLog, {});
-    }
-    ~SLogCapture() { LogInit(nullptr, {}); }
-};
-
-struct SSunk {
-    ca::MessageBoxKind kind;
-    std::wstring text;
-    std::wstring caption;
-};
-std::vector<SSunk> sunk;
-
-void Sink(ca::MessageBoxKind kind, const std::wstring& text, const std::wstring& caption) {
-    sunk.push_back({kind, text, caption});
-}
+std::vector<std::wstring> gSunk;
 
 std::vector<QMessageBox*> TopLevelBoxes() {
     std::vector<QMessageBox*> boxes;
@@ -84,35 +48,27 @@ std::vector<QMessageBox*> TopLevelBoxes() {
     return boxes;
 }
 
-TEST(MessageBox, WithoutApplicationGoesToTheLogAsErrorLine) {
+// Without an application object every box is an error line, unless the sink takes it first.
+TEST(MessageBox, WithoutApplicationGoesToTheSinkOrTheLog) {
     if (QCoreApplication::instance() != nullptr) {
         GTEST_SKIP() << "another test left an application object";
     }
-    SLogCapture capture;
-    for (const SBoxCase& c : kBoxes) {
+    CLogScope log;
+    for (const auto& c : kBoxes) {
         SCOPED_TRACE(c.label);
-        logLines.clear();
         c.show(L"Configuration file is damaged", L"Module");
-        EXPECT_EQ(logLines, std::vector<std::wstring>{L"E Module: Configuration file is damaged"});
+        EXPECT_EQ(log.Take(), (std::vector<SLogLine>{{L"Module: Configuration file is damaged", true}}));
+        ca::SetMessageBoxSink(
+            [](ca::MessageBoxKind kind, const std::wstring& text, const std::wstring& caption) {
+                gSunk.push_back(std::to_wstring(static_cast<int>(kind)) + L" " + caption + L": " + text);
+            });
+        c.show(L"text", L"caption");
+        ca::SetMessageBoxSink(nullptr);
+        EXPECT_EQ(gSunk,
+                  std::vector<std::wstring>{std::to_wstring(static_cast<int>(c.kind)) + L" caption: text"});
+        gSunk.clear();
+        EXPECT_TRUE(log.Take().empty());
     }
-}
-
-TEST(MessageBox, SinkTakesPrecedence) {
-    SLogCapture capture;
-    ca::SetMessageBoxSink(&Sink);
-    sunk.clear();
-    for (const SBoxCase& c : kBoxes) {
-        c.show(L"text", std::wstring(L"caption ") + std::wstring(c.label, c.label + std::strlen(c.label)));
-    }
-    ca::SetMessageBoxSink(nullptr);
-    ASSERT_EQ(sunk.size(), std::size(kBoxes));
-    for (size_t i = 0; i < sunk.size(); ++i) {
-        SCOPED_TRACE(kBoxes[i].label);
-        EXPECT_EQ(sunk[i].kind, kBoxes[i].kind);
-        EXPECT_EQ(sunk[i].text, L"text");
-        EXPECT_EQ(QString::fromStdWString(sunk[i].caption), QString("caption ") + kBoxes[i].label);
-    }
-    EXPECT_TRUE(logLines.empty());
 }
 
 // One QApplication for the suite, on the offscreen platform so no window reaches a desktop. Its
@@ -138,16 +94,15 @@ protected:
     static inline std::unique_ptr<QApplication> app;
 };
 
-TEST_F(MessageBoxWithApplication, ShowsANonModalBoxAndReturns) {
-    SLogCapture capture;
-    for (const SBoxCase& c : kBoxes) {
+TEST_F(MessageBoxWithApplication, ShowsANonModalBoxOnTheGuiThreadOnly) {
+    CLogScope log;
+    for (const auto& c : kBoxes) {
         SCOPED_TRACE(c.label);
         c.show(L"Disk full \u00e9\u4e2d", L"Saving");
         const auto boxes = TopLevelBoxes();
         ASSERT_EQ(boxes.size(), 1u);
         QMessageBox* box = boxes[0];
         EXPECT_TRUE(box->isVisible());
-        EXPECT_FALSE(box->isModal());
         EXPECT_EQ(box->windowModality(), Qt::NonModal);
         EXPECT_EQ(box->windowTitle(), QString("Saving"));
         EXPECT_EQ(box->text(), QString::fromStdWString(L"Disk full \u00e9\u4e2d"));
@@ -156,15 +111,11 @@ TEST_F(MessageBoxWithApplication, ShowsANonModalBoxAndReturns) {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         EXPECT_TRUE(TopLevelBoxes().empty()) << "a closed box deletes itself";
     }
-    EXPECT_TRUE(logLines.empty());
-}
-
-TEST_F(MessageBoxWithApplication, OffTheGuiThreadGoesToTheLog) {
-    SLogCapture capture;
+    EXPECT_TRUE(log.Take().empty());
     std::thread worker([] { ca::MessageBoxWarning(L"late", L"Worker"); });
     worker.join();
     EXPECT_TRUE(TopLevelBoxes().empty());
-    EXPECT_EQ(logLines, std::vector<std::wstring>{L"E Worker: late"});
+    EXPECT_EQ(log.Take(), (std::vector<SLogLine>{{L"Worker: late", true}}));
 }
 
 }  // namespace

@@ -55,6 +55,13 @@ TEST(Streams, ChunksAreAssembledInOrder) {
     EXPECT_EQ(id, opened);
     EXPECT_EQ(streams.Count(), 0u);  // the final chunk closed the stream
     EXPECT_EQ(streams.HeldBytes(), 0u);
+
+    // The hashing stream answers the CRC-64 of the whole, and nothing before the final chunk.
+    id = 0;
+    ASSERT_EQ(Chunk(streams, id, "1234", false, ca::StreamType::kHash, &payload), 0u);
+    EXPECT_EQ(payload, "");
+    ASSERT_EQ(Chunk(streams, id, "56789", true, ca::StreamType::kHash, &payload), 0u);
+    EXPECT_EQ(payload, "7800480153909949255");
 }
 
 TEST(Streams, IdsAreRandomAndUnknownIdsOpenNewStreams) {
@@ -111,25 +118,11 @@ TEST(Streams, OpenStreamsAndHeldBytesAreBounded) {
     EXPECT_EQ(streams.Count(), CStreamArray::kMaxStreamsPerClient);
 }
 
-TEST(Streams, HashStreamAnswersTheCrcOfTheWhole) {
-    uint32_t now = 1;
-    CStreamArray streams(nullptr, [&now] { return now; });
-    uint32_t id = 0;
-    std::string answer;
-    ASSERT_EQ(Chunk(streams, id, "1234", false, ca::StreamType::kHash, &answer), 0u);
-    EXPECT_EQ(answer, "");
-    ASSERT_EQ(Chunk(streams, id, "56789", true, ca::StreamType::kHash, &answer), 0u);
-    EXPECT_EQ(answer, "7800480153909949255");
-}
-
-}  // namespace
-
-namespace {
-
 TEST(Streams, AbandonedStreamsAreSweptAfterThreeIdleHours) {
     uint32_t now = 4000000;  // past the first hour: the first lookup sweeps (nothing yet)
     CStreamArray streams(nullptr, [&now] { return now; });
-    uint32_t abandoned = 0, active = 0;
+    uint32_t abandoned = 0;
+    uint32_t active = 0;
     ASSERT_EQ(Chunk(streams, abandoned, "old", false, ca::StreamType::kSimple), 0u);
     now += 1;
     ASSERT_EQ(Chunk(streams, active, "a", false, ca::StreamType::kSimple), 0u);

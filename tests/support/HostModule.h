@@ -1,6 +1,5 @@
 #pragma once
 
-// CHostModule drives libmod_ses.so.1 the way a host does: dlopen, three dlsym, CM_Init.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -10,6 +9,10 @@
 #include "mod_ses.h"
 #include "tests/support/TestSupport.h"
 
+// WithNul frames a JSON text the way hosts send it: the text and its NUL.
+inline std::string WithNul(const std::string& json) { return json + std::string(1, '\0'); }
+
+// CHostModule drives libmod_ses.so.1 the way a host does: dlopen, three dlsym, CM_Init.
 class CHostModule {
 public:
     explicit CHostModule(bool serviceMode = true) {
@@ -19,7 +22,8 @@ public:
             return;
         }
         init = reinterpret_cast<decltype(&CM_Init)>(dlsym(_library, "CM_Init"));
-        process = reinterpret_cast<decltype(&CM_ProcessClientRequest)>(dlsym(_library, "CM_ProcessClientRequest"));
+        process =
+            reinterpret_cast<decltype(&CM_ProcessClientRequest)>(dlsym(_library, "CM_ProcessClientRequest"));
         release = reinterpret_cast<decltype(&CM_Free)>(dlsym(_library, "CM_Free"));
         CLogCapture::Clear();
         module = init(serviceMode, &CLogCapture::CaptureLogLine);
@@ -49,6 +53,11 @@ public:
         return Split(packet);
     }
 
+    // Ask sends one JSON request with its NUL and returns the answer's JSON.
+    std::string Ask(const std::string& json, bool isLocal = true) const {
+        return Call(WithNul(json), isLocal).json;
+    }
+
     static SAnswer Split(CMPacket& packet) {
         SAnswer answer;
         if (packet.response == nullptr) {
@@ -73,7 +82,3 @@ public:
 private:
     void* _library = nullptr;
 };
-
-
-// WithNul frames a JSON text the way hosts send it: the text and its NUL.
-inline std::string WithNul(const std::string& json) { return json + std::string(1, '\0'); }

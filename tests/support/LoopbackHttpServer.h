@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -9,78 +10,58 @@
 #include <utility>
 #include <vector>
 
-// CLoopbackHttpServer is a small HTTP/1.1 server for tests. It listens on 127.0.0.1 at a port the
-// system picks, serves one connection at a time on its own thread and closes every connection
-// after one answer ("Connection: close"). Request bodies are read by Content-Length ("Expect:
-// 100-continue" is answered); chunked request bodies are refused with 501.
-//
-//     CLoopbackHttpServer server([](const CLoopbackHttpServer::SRequest& request) {
-//         return CLoopbackHttpServer::SReply{200, "payload"};
-//     });
-//     ca::Http::GetBlob(server.Url("/file"), out);
-//     EXPECT_EQ(server.Requests().at(0).path, "/file");
-//
-// The handler runs on the server thread; an exception from it becomes a 500 answer. The destructor
-// stops the thread promptly, even while a reply is delayed or a client keeps a connection open.
+// CLoopbackHttpServer is a small HTTP/1.1 server for tests on 127.0.0.1, at a port the system
+// picks. It serves one connection at a time on its own thread, reads a body by Content-Length
+// (answering "Expect: 100-continue") and closes every connection after one answer. The handler
+// runs on the server thread; the destructor stops it promptly, even while a reply is delayed.
 class CLoopbackHttpServer {
 public:
-    // SRequest is one received request. Header names are stored in lower case.
     struct SRequest {
-        std::string method;  // "GET", "POST", ...
-        std::string path;    // the request target as sent: "/a?b=c", or a full URL through a proxy
-        std::map<std::string, std::string> headers;
+        std::string method;
+        std::string path;  // the request target as sent: "/a?b=c", or a full URL through a proxy
+        std::map<std::string, std::string> headers;  // names in lower case
         std::string body;
-
         // Header returns the value of a header (name in any case), or "" when it is absent.
         std::string Header(const std::string& name) const;
     };
 
-    // SReply is the handler's answer.
     struct SReply {
         SReply() = default;
         SReply(int inStatus, std::string inBody, std::string inLocation = {})
             : status(inStatus), body(std::move(inBody)), location(std::move(inLocation)) {}
-
         int status = 200;
         std::string body;
-        std::string location;  // sent as "Location" when not empty (redirects)
-        std::string contentType = "application/octet-stream";
-        std::vector<std::pair<std::string, std::string>> headers;  // further header lines
+        std::string location;            // sent as "Location" when not empty (redirects)
         bool omitContentLength = false;  // the body then ends when the connection closes
         int delayMs = 0;                 // wait this long before answering (time-out tests)
     };
 
     using Handler = std::function<SReply(const SRequest& request)>;
 
-    // The constructor binds, listens and starts the thread; it throws std::runtime_error when no
-    // socket can be had.
+    // The constructor throws std::runtime_error when no socket can be had.
     explicit CLoopbackHttpServer(Handler handler);
     ~CLoopbackHttpServer();
     CLoopbackHttpServer(const CLoopbackHttpServer&) = delete;
     CLoopbackHttpServer& operator=(const CLoopbackHttpServer&) = delete;
 
-    // Url returns "http://127.0.0.1:<port>" followed by path (which should start with "/").
-    std::string Url(const std::string& path) const;
+    // Url returns "http://127.0.0.1:<port>" followed by path.
+    std::string Url(const std::string& path) const {
+        return "http://127.0.0.1:" + std::to_string(_port) + path;
+    }
     int Port() const { return _port; }
-
-    // Requests returns a copy of every request received so far, in arrival order. A request is
-    // recorded before its handler runs, so it is visible once the client has its answer.
+    // Requests returns every request received so far; one is recorded before its handler runs.
     std::vector<SRequest> Requests() const;
 
 private:
-    void _Run();
     void _Serve(int connection);
-    bool _Wait(int fd, short events, int timeoutMs) const;
-    bool _ReadRequest(int connection, SRequest& request, int& refusal) const;
-    bool _SendAll(int connection, const std::string& bytes) const;
 
     Handler _handler;
     int _listener = -1;
-    int _wakeRead = -1;
-    int _wakeWrite = -1;
     int _port = 0;
     std::atomic<bool> _stopping{false};
+    std::atomic<int> _connection{-1};
     mutable std::mutex _mutex;
+    std::condition_variable _stopped;
     std::vector<SRequest> _requests;
     std::thread _thread;
 };
@@ -89,13 +70,13 @@ private:
 // to it are refused and no other program can take it while the object lives.
 class CRefusingLoopbackPort {
 public:
-    CRefusingLoopbackPort();  // std::runtime_error when no socket can be had
+    CRefusingLoopbackPort();
     ~CRefusingLoopbackPort();
     CRefusingLoopbackPort(const CRefusingLoopbackPort&) = delete;
     CRefusingLoopbackPort& operator=(const CRefusingLoopbackPort&) = delete;
-
-    int Port() const { return _port; }
-    std::string Url(const std::string& path) const;
+    std::string Url(const std::string& path) const {
+        return "http://127.0.0.1:" + std::to_string(_port) + path;
+    }
 
 private:
     int _socket = -1;

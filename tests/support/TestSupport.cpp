@@ -3,10 +3,12 @@
 #include <stdlib.h>
 
 #include <filesystem>
-
-#include "base/Encode.h"
 #include <mutex>
 #include <stdexcept>
+
+#include "base/Encode.h"
+#include "base/Exception.h"
+#include "base/Lng.h"
 
 namespace {
 
@@ -53,14 +55,27 @@ std::vector<SLogLine> CLogCapture::Take() {
 
 void CLogCapture::Clear() { Take(); }
 
-std::string ToHex(const std::vector<uint8_t>& bytes) {
-    static const char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (const uint8_t b : bytes) {
-        text.push_back(kDigits[b >> 4]);
-        text.push_back(kDigits[b & 15]);
+CLogScope::CLogScope(SBinding& binding) : _binding(binding) {
+    CLogCapture::Clear();
+    _previous = _binding.callback.exchange(&CLogCapture::CaptureLogLine);
+}
+
+CLogScope::~CLogScope() { _binding.callback.store(_previous); }
+
+CLanguageScope::CLanguageScope() : _previous(GetVALKOLng()) {}
+
+CLanguageScope::CLanguageScope(const wchar_t* name) : _previous(GetVALKOLng()) { SetVALKOLng(name); }
+
+// The stored value is put back as it was, 0 ("nothing selected yet") included.
+CLanguageScope::~CLanguageScope() { CurrentBinding().language.store(_previous); }
+
+uint32_t CodeOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const ca::Exception& e) {
+        return e.code;
     }
-    return text;
+    return 0;
 }
 
 std::vector<uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
@@ -70,5 +85,23 @@ void PrintTo(const SLogLine& line, std::ostream* out) {
 }
 
 std::string B64(const std::string& bytes) {
-    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<uint32_t>(bytes.size()));
+    return ca::Base64Encode(reinterpret_cast<const uint8_t*>(bytes.data()),
+                            static_cast<uint32_t>(bytes.size()));
+}
+
+std::string CompactJson(const std::string& text) {
+    rapidjson::Document document;
+    ca::ParseJson(document, text.data(), text.size());
+    return Json(document);
+}
+
+std::string Masked(std::string container) {
+    for (const std::string tag : {"SignId", "SignTimeUTC"}) {
+        const size_t start = container.find("<" + tag + ">");
+        const size_t end = container.find("</" + tag + ">", start);
+        if (start != std::string::npos && end != std::string::npos) {
+            container.replace(start + tag.size() + 2, end - start - tag.size() - 2, "*");
+        }
+    }
+    return container;
 }

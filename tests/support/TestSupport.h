@@ -1,9 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <vector>
+
+#include "base/Binding.h"
+#include "ca/Serializable.h"
 
 // CTempHome creates a fresh directory, points HOME at it and restores the old HOME (and removes
 // the directory) when it goes.
@@ -39,6 +44,35 @@ public:
     static void Clear();
 };
 
+// CLogScope binds CaptureLogLine to binding (the current one unless a module's is given) with no
+// lines captured yet, and puts the previous callback back when it goes, even after a failed ASSERT.
+class CLogScope {
+public:
+    explicit CLogScope(SBinding& binding = CurrentBinding());
+    ~CLogScope();
+    CLogScope(const CLogScope&) = delete;
+    CLogScope& operator=(const CLogScope&) = delete;
+    static std::vector<SLogLine> Take() { return CLogCapture::Take(); }
+
+private:
+    SBinding& _binding;
+    LogCallback _previous;
+};
+
+// CLanguageScope keeps the current message language and restores it when it goes; given a name,
+// it selects that language first (SetVALKOLng).
+class CLanguageScope {
+public:
+    CLanguageScope();
+    explicit CLanguageScope(const wchar_t* name);
+    ~CLanguageScope();
+    CLanguageScope(const CLanguageScope&) = delete;
+    CLanguageScope& operator=(const CLanguageScope&) = delete;
+
+private:
+    uint32_t _previous;
+};
+
 // SAnswer is a module response split at its NUL.
 struct SAnswer {
     std::string json;
@@ -46,7 +80,36 @@ struct SAnswer {
     uint64_t responseSize = 0;
 };
 
-std::string ToHex(const std::vector<uint8_t>& bytes);
+// CodeOf runs call and returns the code of the ca::Exception it throws, or 0.
+uint32_t CodeOf(const std::function<void()>& call);
+
 // B64 is the base64 text of a byte string.
 std::string B64(const std::string& bytes);
 std::vector<uint8_t> Bytes(const std::string& text);
+
+// Masked blanks out what differs between two signatures of the same data: SignId and SignTimeUTC.
+std::string Masked(std::string container);
+
+// CompactJson parses a JSON text and writes it back compactly.
+std::string CompactJson(const std::string& text);
+
+// Json is the compact JSON text of a record, a request or response, a parsed value, or of printed
+// JSON text, so that what a tool prints compares with what a record writes.
+template <typename T>
+std::string Json(const T& value) {
+    if constexpr (std::is_convertible_v<const T&, std::string>) {
+        return CompactJson(value);
+    } else {
+        rapidjson::StringBuffer buffer;
+        if constexpr (std::is_base_of_v<ca::SerializableContainer, T>) {
+            value.ToJson(buffer);
+        } else if constexpr (std::is_base_of_v<ca::JsonValue, T>) {
+            ca::JsonWriter writer(buffer);
+            value.Accept(writer);
+        } else {
+            ca::JsonWriter writer(buffer);
+            value.ToJson(writer);
+        }
+        return buffer.GetString();
+    }
+}

@@ -8,15 +8,6 @@
 #include <fstream>
 #include <iterator>
 
-namespace {
-
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-}  // namespace
-
 SToolRun RunSestool(const std::string& dir, const std::vector<std::string>& args, const std::string& input,
                     const std::string& home, int stderrFd) {
     const std::string in = dir + "/stdin";
@@ -38,7 +29,8 @@ SToolRun RunSestool(const std::string& dir, const std::vector<std::string>& args
         const int fdIn = open(in.c_str(), O_RDONLY);
         const int fdOut = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         const int fdErr = stderrFd >= 0 ? stderrFd : open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (fdIn < 0 || fdOut < 0 || fdErr < 0 || dup2(fdIn, 0) < 0 || dup2(fdOut, 1) < 0 || dup2(fdErr, 2) < 0) {
+        if (fdIn < 0 || fdOut < 0 || fdErr < 0 || dup2(fdIn, 0) < 0 || dup2(fdOut, 1) < 0 ||
+            dup2(fdErr, 2) < 0) {
             _exit(127);
         }
         if (!home.empty()) {
@@ -53,7 +45,63 @@ SToolRun RunSestool(const std::string& dir, const std::vector<std::string>& args
     if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
         run.exitCode = WEXITSTATUS(status);
     }
-    run.out = ReadAll(out);
-    run.err = stderrFd >= 0 ? std::string() : ReadAll(err);
+    run.out = CToolTest::Read(out);
+    run.err = stderrFd >= 0 ? std::string() : CToolTest::Read(err);
     return run;
+}
+
+SToolRun CToolTest::Run(const std::vector<std::string>& args, const std::string& input, bool terminalStderr) {
+    int master = -1;
+    int terminal = -1;
+    if (terminalStderr) {
+        master = posix_openpt(O_RDWR | O_NOCTTY);
+        EXPECT_GE(master, 0);
+        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0) {
+            terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
+        }
+        EXPECT_GE(terminal, 0);
+    }
+    SToolRun run = RunSestool(home.Path(), args, input, home.Path(), terminal);
+    if (master >= 0) {
+        // The terminal side stays open here until the master is drained: no hang-up loses output.
+        fcntl(master, F_SETFL, O_NONBLOCK);
+        char piece[4096];
+        for (ssize_t n; (n = read(master, piece, sizeof(piece))) > 0;) {
+            run.err.append(piece, static_cast<size_t>(n));
+        }
+        close(master);
+    }
+    if (terminal >= 0) {
+        close(terminal);
+    }
+    return run;
+}
+
+std::string CToolTest::File(const std::string& name, const std::string& bytes) const {
+    const std::string path = home.Path() + "/" + name;
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+}
+
+void CToolTest::NewCert() {
+    const SToolRun run = Run({"cert", "new", "--id", "ivanov", "--surname", "Ivanov", "--given-name",
+                              "Ivan, Jr", "--organization", "Roga, Kopyta", "--email", "ivan@example.org"});
+    ASSERT_EQ(run.exitCode, 0) << Describe(run);
+}
+
+std::string CToolTest::Read(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::string CToolTest::Describe(const SToolRun& run) {
+    return "exit " + std::to_string(run.exitCode) + "\nstdout: " + run.out + "\nstderr: " + run.err;
+}
+
+size_t CToolTest::Count(const std::string& text, const std::string& what) {
+    size_t n = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + what.size())) {
+        ++n;
+    }
+    return n;
 }
