@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <vector>
 #include <string>
+#include <vector>
 
 #include "asn1/x500.h"
 #include "base/Encode.h"
