@@ -210,6 +210,15 @@ private:
     bool WithinMarkupCap() const { return _size - _in.Left() - _attachedText <= kMaxXmlMarkupBytes; }
 
     bool Quote(uint8_t& quote) { return Peek(quote) && (quote == '"' || quote == '\'') && _in.Skip(1); }
+    // EqualsQuote reads the "=" between a name and its value, blanks allowed, and the opening quote.
+    bool EqualsQuote(uint8_t& quote) {
+        Spaces();
+        if (!Byte('=')) {
+            return false;
+        }
+        Spaces();
+        return Quote(quote);
+    }
 
     bool Name(SName& name) {
         const size_t before = _in.Left();
@@ -252,12 +261,7 @@ private:
             if (!spaced || TakeRun(kDeclChar) == 0) {
                 return false;
             }
-            Spaces();
-            if (!Byte('=')) {
-                return false;
-            }
-            Spaces();
-            if (!Quote(quote)) {
+            if (!EqualsQuote(quote)) {
                 return false;
             }
             TakeRun(kDeclChar);
@@ -316,12 +320,7 @@ private:
         if (!Name(name) || !CountNode()) {
             return false;
         }
-        Spaces();
-        if (!Byte('=')) {
-            return false;
-        }
-        Spaces();
-        if (!Quote(quote)) {
+        if (!EqualsQuote(quote)) {
             return false;
         }
         for (uint8_t c = 0; Peek(c) && c != quote;) {
