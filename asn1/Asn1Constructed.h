@@ -170,6 +170,28 @@ protected:
         return _appendSpecificT<CAsn1Explicit<U>>(index, optional);
     }
 
+    // _appendByTagT makes the first child at or after startIndex whose identifier octet is exactly
+    // inTag a U member; nullptr when there is none. For members whose context number alone is
+    // ambiguous ([1] and [APPLICATION 1], or a [0] that appears twice in one structure).
+    template <class U>
+    U* _appendByTagT(uint8_t inTag, size_t startIndex = 0) {
+        CAsn1Block* child = block->GetBlockByTag(inTag, startIndex);
+        if (child == nullptr) {
+            return nullptr;
+        }
+        U* member = _AddNew(_Make<U>(child));
+        ++readIndex;
+        return member;
+    }
+
+    // _NextTagIs: the child at readIndex has identifier inTag. An optional universal member followed by
+    // context-tagged ones checks first, since a context block would be taken in its place.
+    bool _NextTagIs(uint8_t inTag) const {
+        const CAsn1Block* child =
+            readIndex < 0 ? nullptr : block->GetInnerBlock(static_cast<size_t>(readIndex));
+        return child != nullptr && child->tag == inTag;
+    }
+
     // _AddNew attaches a member made over one of this block's children and owns it.
     template <class U>
     U* _AddNew(std::unique_ptr<U> object) {

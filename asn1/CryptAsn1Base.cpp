@@ -140,16 +140,22 @@ std::wstring CAsn1Object::GetRawData(bool contentOnly) const {
         const size_t n = block->ReadableLength();
         return ca::u8u16(ca::Base64Encode(block->data, static_cast<uint32_t>(n)));
     }
+    const std::vector<uint8_t> bytes = GetEncoding();
+    return ca::u8u16(ca::Base64Encode(bytes.data(), static_cast<uint32_t>(bytes.size())));
+}
+
+std::vector<uint8_t> CAsn1Object::GetEncoding() const {
     if (block->start != nullptr && block->limit != nullptr && block->start <= block->limit) {
         const size_t n =
             std::min<size_t>(block->totalLength, static_cast<size_t>(block->limit - block->start));
-        return ca::u8u16(ca::Base64Encode(block->start, static_cast<uint32_t>(n)));
+        return {block->start, block->start + n};
     }
     // A block built here has no parsed bytes: its current encoding stands in.
     std::vector<uint8_t> bytes(block->GetTotalLength(true));
     size_t position = 0;
     block->GetAsn1Data(bytes.data(), bytes.size(), &position);
-    return ca::u8u16(ca::Base64Encode(bytes.data(), static_cast<uint32_t>(position)));
+    bytes.resize(position);
+    return bytes;
 }
 
 ca::CByteReader CAsn1Object::Content() const { return ca::CByteReader(block->data, block->ReadableLength()); }

@@ -59,6 +59,9 @@ public:
     void SetChanged(bool isChanged);
     // GetRawData is the base64 of the content (contentOnly) or of the whole encoding as parsed.
     std::wstring GetRawData(bool contentOnly) const;
+    // GetEncoding is the whole encoding as parsed (never past the parsed bytes); a block built here
+    // gives its current encoding.
+    std::vector<uint8_t> GetEncoding() const;
 
     ca::Blob encoded;
     ca::Blob value;

@@ -9,6 +9,17 @@
 
 namespace ca {
 
+// ReverseByte mirrors the bit order of b (bit 7 becomes bit 0): a DER BIT STRING's first named bit
+// is the byte's high bit, a flag word's first flag its low bit.
+constexpr uint8_t ReverseByte(uint8_t b) {
+    uint8_t reversed = 0;
+    for (int i = 0; i < 8; ++i) {
+        reversed = static_cast<uint8_t>(reversed << 1 | ((b >> i) & 1));
+    }
+    return reversed;
+}
+static_assert(ReverseByte(0x80) == 0x01 && ReverseByte(0xA0) == 0x05 && ReverseByte(0x01) == 0x80);
+
 // Base64Encode returns standard base64 (RFC 4648, "=" padding, no line breaks) of the bytes.
 std::string Base64Encode(const uint8_t* bytes, uint32_t count);
 

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "asn1/X509Extensions.h"
+
 namespace ca {
 
 namespace {
@@ -109,23 +111,6 @@ constexpr SField<AttrCertInfo> kAttrCertInfoFields[] = {
     Field<&AttrCertInfo::extensions>("Extensions"),
 };
 
-struct SKeyUsageName {
-    uint32_t bit;
-    const wchar_t* name;
-};
-
-constexpr SKeyUsageName kKeyUsageNames[] = {
-    {0x80, L"Digital Signature"},
-    {0x40, L"Non-Repudiation"},
-    {0x20, L"Key Encipherment"},
-    {0x10, L"Data Encipherment"},
-    {0x08, L"Key Agreement"},
-    {0x04, L"Certificate Signing"},
-    {0x02, L"Off-line CRL Signing, CRL Signing"},
-    {0x01, L"Encipher Only"},
-    {0x8000, L"Decipher Only"},
-};
-
 std::unique_ptr<CertInfo2> CopyOf(const std::unique_ptr<CertInfo2>& record) {
     return record == nullptr ? nullptr : std::make_unique<CertInfo2>(*record);
 }
@@ -174,14 +159,7 @@ void CertInfo2::_FromJson(const JsonValue& value, size_t depth) {
 }
 
 std::wstring CertInfo2::GetKeyUsageStr(uint32_t bits) {
-    std::wstring text;
-    for (const SKeyUsageName& row : kKeyUsageNames) {
-        if ((bits & row.bit) != 0) {
-            text += text.empty() ? L"" : L", ";
-            text += row.name;
-        }
-    }
-    return text;
+    return CAsn1CertificateExtensionValueKeyUsage::GetKeyUsageStr(bits);
 }
 
 void CertInfo::ToJson(JsonWriter& writer) const { WriteObject(*this, kCertInfoFields, writer); }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,6 +10,10 @@
 #include "ca/RecordFields.h"
 #include "ca/Serializable.h"
 #include "ca/VerificationResult.h"
+
+class CAsn1Certificate;
+class CAsn1TBSCertificate;
+class CAsn1AttributeCertificate;
 
 namespace ca {
 
@@ -108,11 +113,12 @@ public:
     void FromJson(const JsonValue& value) override;
     int GetType() const override { return kTypeCertInfo; }
 
-    // GetKeyUsageStr names the set KeyUsage bits, joined with ", " in this order: 0x80 "Digital
-    // Signature", 0x40 "Non-Repudiation", 0x20 "Key Encipherment", 0x10 "Data Encipherment", 0x08
-    // "Key Agreement", 0x04 "Certificate Signing", 0x02 "Off-line CRL Signing, CRL Signing" (one bit,
-    // both names, as certificate viewers show it), 0x01 "Encipher Only", 0x8000 "Decipher Only". The
-    // bits are the DER BIT STRING's first byte, with its second byte above them; others are ignored.
+    // FromAsn1 fills every field from a decoded certificate (the mapping is in ca/FromAsn1.cpp);
+    // "Validity" is judged at now. issuerCert is left as it is.
+    void FromAsn1(CAsn1Certificate& certificate, time_t now);
+
+    // GetKeyUsageStr names the key-usage flags set in bits (1 digitalSignature ... 256 decipherOnly,
+    // as the certificate's key-usage extension decodes them), joined with "; ".
     static std::wstring GetKeyUsageStr(uint32_t bits);
 
     std::unique_ptr<CertInfo2> issuerCert;
@@ -135,6 +141,9 @@ public:
     // CopyFrom takes the fields that both records have from info ("X500Description" becomes
     // "X500NameDescription"); the others keep their values.
     void CopyFrom(const CertInfo2Fields& info);
+    // FillFromTbsCert fills the record from a decoded TBS certificate ("RawData" from the whole
+    // certificate when tbs belongs to one).
+    void FillFromTbsCert(CAsn1TBSCertificate& tbs);
 
     std::wstring id;
     std::wstring serial;
@@ -172,6 +181,8 @@ public:
     void ToJson(JsonWriter& writer) const override;
     void FromJson(const JsonValue& value) override;
     int GetType() const override { return kTypeAttrCertInfo; }
+    // FromAsn1 fills every field from a decoded attribute certificate; "Validity" is judged at now.
+    void FromAsn1(CAsn1AttributeCertificate& certificate, time_t now);
 
     std::wstring id;
     std::wstring holderSerial;

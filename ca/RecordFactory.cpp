@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "ca/CertInfo2.h"
+#include "ca/CrlInfo.h"
 #include "ca/SignInfo.h"
 #include "ca/StoreAddress.h"
 #include "ca/StringArray.h"
@@ -35,7 +36,7 @@ constexpr RecordFactory kFactories[std::size(stags)] = {
     &Make<CertInfos2>,             // 7
     &Make<StoreAddress>,           // 8
     &Make<StoreAddresses>,         // 9
-    nullptr,                       // 10 crlInfo
+    &Make<CrlInfo>,                // 10
     nullptr,                       // 11 config: from the layer above
     nullptr,                       // 12 PKIConfig: from the layer above
     &Make<VerificationResult>,     // 13

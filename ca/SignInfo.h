@@ -10,6 +10,8 @@
 #include "ca/Serializable.h"
 #include "ca/VerificationResult.h"
 
+class CAsn1SignedPKCS7;
+
 namespace ca {
 
 // SignInfoExtension is one signature extension: "ExtensionName", "ExtensionOID",
@@ -54,7 +56,11 @@ private:
 };
 
 // SignInfos lists the signers of one signature (type id 4, key "signInfo"), a JSON array.
-class SignInfos : public CListRecord<std::unique_ptr<SignInfo>, kTypeSignInfo> {};
+class SignInfos : public CListRecord<std::unique_ptr<SignInfo>, kTypeSignInfo> {
+public:
+    // FromAsn1 appends one signer per SignerInfo of a decoded CMS signed data (ca/FromAsn1.cpp).
+    void FromAsn1(CAsn1SignedPKCS7& cms);
+};
 
 // SignInfosArray lists the signer lists of several signatures (type id 5, key "signInfoArray"), a
 // JSON array of arrays.

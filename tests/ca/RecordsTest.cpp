@@ -217,21 +217,6 @@ TEST(Records, CertInfo2CopiesAreDeep) {
     EXPECT_EQ(older.x500NameDescription + L"|" + older.id, L"CN=x|leaf");
 }
 
-TEST(Records, KeyUsageNamesInBitOrder) {
-    const std::pair<uint32_t, const wchar_t*> cases[] = {
-        {0, L""},
-        {0x80, L"Digital Signature"},
-        {0xC0, L"Digital Signature, Non-Repudiation"},
-        {0x06, L"Certificate Signing, Off-line CRL Signing, CRL Signing"},
-        {0x8001, L"Encipher Only, Decipher Only"},
-        {0x38, L"Key Encipherment, Data Encipherment, Key Agreement"},
-        {0x100, L""}};
-    for (const auto& [bits, text] : cases) {
-        SCOPED_TRACE(bits);
-        EXPECT_EQ(ca::CertInfo2::GetKeyUsageStr(bits), text);
-    }
-}
-
 TEST(Records, ResponseCarriesTheRecords) {
     CLanguageScope english(L"en");
     ca::CryptResponse response;

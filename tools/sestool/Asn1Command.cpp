@@ -7,6 +7,7 @@
 #include "base/Encode.h"
 #include "base/ErrorCodes.h"
 #include "base/Exception.h"
+#include "tools/sestool/Asn1Input.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
 
@@ -41,46 +42,6 @@ namespace {
 
 constexpr const char* kCommand = "asn1";
 
-struct SCodeText {
-    uint32_t code;
-    const char* text;
-};
-
-constexpr SCodeText kCodeTexts[] = {
-    {ca::kAsn1EndOfData, "the data ends before an ASN.1 block does"},
-    {ca::kAsn1CorruptData,
-     "corrupt ASN.1 data: blocks overrun their parent or nest more than 64 levels deep"},
-    {ca::kAsn1BadTag, "an ASN.1 block has a tag its type does not allow"},
-};
-
-void PrintCode(uint32_t code) {
-    const char* text = "ASN.1 data cannot be read";
-    for (const auto& row : kCodeTexts) {
-        if (row.code == code) {
-            text = row.text;
-        }
-    }
-    char number[16];
-    std::snprintf(number, sizeof(number), "0x%08X", static_cast<unsigned>(code));
-    PrintError(kCommand, std::string("error ") + number + ": " + text);
-}
-
-// Unarmour returns the DER bytes of an armoured or bare base64 file, or the file itself.
-std::vector<uint8_t> Unarmour(const std::vector<uint8_t>& file) {
-    ca::MallocPtr decoded;
-    uint32_t size = 0;
-    try {
-        if (ca::DecodeBase64IfNeeded(file.data(), static_cast<uint32_t>(file.size()),
-                                     {ca::CERT_TOKEN, ca::CRL_TOKEN, ca::PKCS7_TOKEN, ca::CMS_SIGN_TOKEN},
-                                     decoded, size)) {
-            return {decoded.get(), decoded.get() + size};
-        }
-    } catch (const ca::Exception&) {
-        // Armour around nothing decodable: the bytes are read as they are.
-    }
-    return file;
-}
-
 std::string Dump(CAsn1Block& block) {
     rapidjson::StringBuffer buffer;
     block.ToJson(buffer);
@@ -101,13 +62,10 @@ int RunAsn1(const std::vector<std::string>& args) {
         PrintError(kCommand, "--path and --all exclude each other");
         return kExitUsage;
     }
-    std::vector<uint8_t> file;
-    std::string error;
-    if (!ReadInputFile(parsed.positional[0], file, error)) {
-        PrintError(kCommand, error);
+    std::vector<uint8_t> bytes;
+    if (!ReadAsn1File(kCommand, parsed.positional[0], bytes)) {
         return kExitUsage;
     }
-    std::vector<uint8_t> bytes = Unarmour(file);
     CCryptAsn1Parser parser;
     std::string json;
     try {
@@ -136,7 +94,7 @@ int RunAsn1(const std::vector<std::string>& args) {
             json = parser.GetAsn1Structure();
         }
     } catch (const ca::Exception& e) {
-        PrintCode(e.code);
+        PrintAsn1Error(kCommand, e.code);
         return kExitFailed;
     }
     std::fwrite(json.data(), 1, json.size(), stdout);

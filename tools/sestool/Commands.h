@@ -43,6 +43,12 @@ int RunStores(const std::vector<std::string>& args);
 extern const char kStoresHelp[];
 int RunAsn1(const std::vector<std::string>& args);
 extern const char kAsn1Help[];
+int RunX509(const std::vector<std::string>& args);
+extern const char kX509Help[];
+int RunCrl(const std::vector<std::string>& args);
+extern const char kCrlHelp[];
+int RunCms(const std::vector<std::string>& args);
+extern const char kCmsHelp[];
 int RunConfig(const std::vector<std::string>& args);
 extern const char kConfigHelp[];
 
