@@ -75,7 +75,8 @@ std::wstring GetHashAlgOid(const std::wstring& algorithmOid) {
 }
 
 CAsn1CertificateTime::CAsn1CertificateTime(CAsn1Block* inBlock, CAsn1Object* parent)
-    : CAsn1Time(inBlock, CAsn1UTCTime::kTag, parent) {
+    : CAsn1Time(inBlock, inBlock != nullptr && IsTimeTag(inBlock->tag) ? inBlock->tag : CAsn1UTCTime::kTag,
+                parent) {
     if (!IsTimeTag(block->tag)) {
         throw ca::Exception(ca::kAsn1BadTag);
     }
