@@ -18,7 +18,8 @@ CMAKE_EXTRA := -DCMAKE_BUILD_TYPE=Release
 endif
 
 DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 gcovr clang-format clang-tidy qtbase5-dev libtinyxml-dev rapidjson-dev \
-	libcurl4-openssl-dev libcurl4 libisal-dev googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev
+	libcurl4-openssl-dev libcurl4 libisal-dev googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev \
+	openssl ca-certificates
 
 .PHONY: deps build test demo bench fuzz coverage lint clean
 

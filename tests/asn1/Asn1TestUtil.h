@@ -90,11 +90,13 @@ struct CLogScope {
     }
 };
 
-// ReadFile reads a whole file ({} when it cannot be read); Cert one from tests/data/certs.
+// ReadFile returns the bytes of a file (none when it cannot be read).
 inline std::vector<uint8_t> ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
+
+// Cert reads a file from tests/data/certs.
 inline std::vector<uint8_t> Cert(const std::string& name) {
     return ReadFile(std::string(SES_TEST_DATA) + "/certs/" + name);
 }
