@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "base/Encode.h"
 #include "ca/FromAsn1.h"
 #include "tests/asn1/Asn1TestUtil.h"
+#include "tests/support/Fixtures.h"
 
 namespace {
 
@@ -21,7 +21,8 @@ using asn1test::SParsed;
 
 // C=RU, O="A, B" (UTF8String), CN=X + serialNumber=12 (a multi-valued relative name).
 const char kName[] =
-    "3033310B3009060355040613025255310D300B060355040A0C04412C20423115300806035504031301583009060355040513023132";
+    "3033310B3009060355040613025255310D300B060355040A0C04412C204231153008060355040313015830090603550405130231"
+    "32";
 
 // A version 1 certificate: serial 0A, issuer CN=X, UTCTimes 990101000000Z and 491231235959Z, an
 // empty subject, an Ed25519 key, no extensions.
@@ -91,7 +92,8 @@ TEST_F(X509, NameTextsUnderTheLayoutAndNamingBits) {
 
 TEST_F(X509, NameStringHelpers) {
     EXPECT_EQ(ca::GetX500NameTagsStr(L"CN=A\r\nG=B"), L"CN=A\r\nG=B\r\nGN=B");
-    EXPECT_EQ(ca::GetX500NameTagsStr(L"EMAIL=m\r\nE=n\r\nnoequals\r\nOU=X\r\nOU=Y"), L"E=n\r\nEMAIL=m\r\nOU=X, Y");
+    EXPECT_EQ(ca::GetX500NameTagsStr(L"EMAIL=m\r\nE=n\r\nnoequals\r\nOU=X\r\nOU=Y"),
+              L"E=n\r\nEMAIL=m\r\nOU=X, Y");
     ca::X500NameMap map;
     ca::ParseX500Name(L"OU=X\r\nOU=Y=Z\r\n", map);
     EXPECT_EQ(map.at(L"OU"), L"X, Y=Z");
@@ -125,8 +127,8 @@ TEST_F(X509, KeyUsageFromOneByteAndKeyLengthFromTheModulus) {
     }
     // Deliberate: the leading zero octet is assumed, so a modulus without it reports 8 bits less.
     for (const auto& [bytes, bits] : {std::pair{257u, 2048u}, {256u, 2040u}, {1u, 0u}}) {
-        std::vector<uint8_t> key = {0x30, 0x82, 0, 0, 0x02, 0x82, static_cast<uint8_t>(bytes >> 8),
-                                    static_cast<uint8_t>(bytes)};
+        std::vector<uint8_t> key = {
+            0x30, 0x82, 0, 0, 0x02, 0x82, static_cast<uint8_t>(bytes >> 8), static_cast<uint8_t>(bytes)};
         key.resize(key.size() + bytes, 0x11);
         key.insert(key.end(), {0x02, 0x01, 0x03});
         key[2] = static_cast<uint8_t>((key.size() - 4) >> 8);
@@ -151,7 +153,8 @@ TEST_F(X509, VersionOneCertificateRecord) {
     EXPECT_EQ(info.version, L"V1");
     // A UTCTime 99 reads as 1999 in the record, while the object keeps the designed 2099.
     EXPECT_EQ(info.validFromUTC + L"|" + info.validToUTC, L"01.01.1999 00:00:00|31.12.2049 23:59:59");
-    EXPECT_EQ(decoded.Root().tbsCertificate->validity->notBefore->GetFormattedString(0), L"01.01.2099 00:00:00");
+    EXPECT_EQ(decoded.Root().tbsCertificate->validity->notBefore->GetFormattedString(0),
+              L"01.01.2099 00:00:00");
     EXPECT_EQ(info.validity + L"|" + std::to_wstring(info.validityNumber), L"VALID|0");
     info.FromAsn1(decoded.Root(), 0);
     EXPECT_EQ(info.validity + L"|" + std::to_wstring(info.validityNumber), L"NOT_YET_VALID|2");
@@ -185,14 +188,15 @@ struct SOpensslFacts {
 };
 
 SOpensslFacts Openssl(const std::string& path) {
-    const std::string out = Run("openssl x509 -in '" + path +
-                                "' -noout -serial -dates -dateopt iso_8601 -nameopt RFC2253,-esc_msb,oid -subject "
-                                "-issuer 2>/dev/null");
+    const std::string out =
+        Run("openssl x509 -in '" + path +
+            "' -noout -serial -dates -dateopt iso_8601 -nameopt RFC2253,-esc_msb,oid -subject "
+            "-issuer 2>/dev/null");
     SOpensslFacts facts;
     const auto value = [&out](const char* key) {
         const size_t at = out.find(std::string("\n") + key + "=");
-        const size_t start = at == std::string::npos ? (out.rfind(std::string(key) + "=", 0) == 0 ? 0 : out.size())
-                                                     : at + 1;
+        const size_t start =
+            at == std::string::npos ? (out.rfind(std::string(key) + "=", 0) == 0 ? 0 : out.size()) : at + 1;
         if (start >= out.size()) {
             return std::string();
         }
@@ -210,7 +214,8 @@ SOpensslFacts Openssl(const std::string& path) {
 // Iso is a record time "DD.MM.YYYY HH:MM:SS" as openssl's "YYYY-MM-DD HH:MM:SSZ".
 std::string Iso(const std::wstring& time) {
     const std::string t = ca::u16u8(time);
-    return t.size() < 19 ? t : t.substr(6, 4) + "-" + t.substr(3, 2) + "-" + t.substr(0, 2) + t.substr(10) + "Z";
+    return t.size() < 19 ? t
+                         : t.substr(6, 4) + "-" + t.substr(3, 2) + "-" + t.substr(0, 2) + t.substr(10) + "Z";
 }
 
 std::string Upper(std::string text) {
@@ -221,26 +226,18 @@ std::string Upper(std::string text) {
 }
 
 TEST_F(X509, EveryDebianRootAgreesWithOpenssl) {
-    const std::string folder = "/usr/share/ca-certificates/mozilla";
-    DIR* dir = opendir(folder.c_str());
-    if (dir == nullptr) {
+    const std::vector<std::string> paths = testsupport::DebianRoots();
+    if (paths.empty()) {
         GTEST_SKIP() << "ca-certificates is not installed";
     }
-    std::vector<std::string> paths;
-    for (dirent* entry; (entry = readdir(dir)) != nullptr;) {
-        const std::string name = entry->d_name;
-        if (name.size() > 4 && name.compare(name.size() - 4, 4, ".crt") == 0) {
-            paths.push_back(folder + "/" + name);
-        }
-    }
-    closedir(dir);
     EXPECT_GT(paths.size(), 100u);
     for (const std::string& path : paths) {
         SCOPED_TRACE(path);
         const std::vector<uint8_t> pem = asn1test::ReadFile(path);
         ca::MallocPtr bytes;
         uint32_t size = 0;
-        ASSERT_TRUE(ca::DecodeBase64IfNeeded(pem.data(), static_cast<uint32_t>(pem.size()), {ca::CERT_TOKEN}, bytes, size));
+        ASSERT_TRUE(ca::DecodeBase64IfNeeded(pem.data(), static_cast<uint32_t>(pem.size()), {ca::CERT_TOKEN},
+                                             bytes, size));
         const std::vector<uint8_t> der(bytes.get(), bytes.get() + size);
         ca::CDecoded<CAsn1Certificate> decoded(der);
         EXPECT_EQ(decoded.Parser().Build(), der);

@@ -278,8 +278,9 @@ def message(path, content_info, w):
     w.add("crlCount", len(crls.children) if crls is not None else 0)
     for index, signer in enumerate(signers):
         sid, digest = signer.children[1:3]
-        signed_attrs = signer.child("cont [ 0 ]")
-        unsigned_attrs = signer.child("cont [ 1 ]")
+        # After the digest algorithm: a key-identifier sid is a [0] too.
+        signed_attrs = next((c for c in signer.children[3:] if c.type == "cont [ 0 ]"), None)
+        unsigned_attrs = next((c for c in signer.children[3:] if c.type == "cont [ 1 ]"), None)
         signature_algorithm = [c for c in signer.children[3:] if c.type == "SEQUENCE"][0]
         who = sid.children[1].content.hex() if sid.type == "SEQUENCE" else f"keyid:{sid.content.hex()}"
         signing_time = ""
