@@ -32,7 +32,11 @@ public:
     CAsn1AttributeValueOf(CAsn1Block* inBlock, CAsn1Object* parent)
         : CAsn1AttributeValue(inBlock, parent), held(std::make_unique<T>(inBlock, this)) {}
     void Decode() override { held->Decode(); }
-    std::wstring GetFormattedString(unsigned int flags) override { return held->GetFormattedString(flags); }
+    // GetFormattedString is the value's own text, or the hexadecimal of a structure that has none.
+    std::wstring GetFormattedString(unsigned int flags) override {
+        std::wstring text = held->GetFormattedString(flags);
+        return text.empty() ? CAsn1AttributeValue::GetFormattedString(flags) : text;
+    }
 
     std::unique_ptr<T> held;
 };

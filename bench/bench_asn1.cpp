@@ -19,8 +19,7 @@ namespace {
 
 const std::vector<uint8_t>& Certificate() {
     static const std::vector<uint8_t> bytes = [] {
-        const std::filesystem::path path = std::filesystem::path(__FILE__).parent_path() / ".." / "tests" /
-                                           "data" / "certs" / "comodo_rsa.der";
+        const std::filesystem::path path = std::filesystem::path(SES_TEST_DATA) / "certs" / "comodo_rsa.der";
         std::ifstream in(path, std::ios::binary);
         std::vector<uint8_t> read{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
         if (read.empty()) {

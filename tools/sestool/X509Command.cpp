@@ -148,6 +148,7 @@ public:
     explicit CText(bool russian) : _russian(russian) {}
     const char* Label(LabelId id) const { return _russian ? kLabels[id].ru : kLabels[id].en; }
     void Heading(int indent, const std::string& text) { _Line(indent, text + ":"); }
+    void Line(int indent, const std::string& text) { _Line(indent, text); }
     void Field(int indent, LabelId id, const std::wstring& value) {
         _Line(indent, std::string(Label(id)) + ": " + Printable(ca::u16u8(value)));
     }
@@ -231,7 +232,7 @@ void PrintSigner(CText& text, int indent, const ca::SignInfo& signer, const std:
         text.Field(indent + 1, kSigningTime, signer.signTimeUTC + L" UTC");
     }
     if (signer.signCert.id.empty()) {
-        text.Heading(indent + 1, text.Label(kCertificate) + std::string(": ") + text.Label(kNoCertificate));
+        text.Line(indent + 1, text.Label(kCertificate) + std::string(": ") + text.Label(kNoCertificate));
     } else {
         text.Heading(indent + 1, text.Label(kCertificate));
         text.Field(indent + 2, kSubject, signer.signCert.description);
