@@ -181,7 +181,7 @@ std::wstring CAsn1ExtensionAttributeValue::GetFormattedString(unsigned int /*fla
 std::wstring CAsn1ExtensionAttributeValueTerminalType::GetFormattedString(unsigned int flags) {
     static const wchar_t* const kTypes[] = {L"telex",        L"teletex",      L"g3 facsimile",
                                             L"g4 facsimile", L"ia5 terminal", L"videotex"};
-    const std::wstring number = Text(held, flags);
+    std::wstring number = Text(held, flags);
     for (size_t i = 0; i < std::size(kTypes); ++i) {
         if (number == std::to_wstring(i + 3)) {
             return kTypes[i];

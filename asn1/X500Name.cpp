@@ -142,7 +142,8 @@ std::wstring CAsn1RelativeDistinguishedName::GetFormattedString(unsigned int fla
             shown = Quoted(shown);
         }
         if ((flags & kNameMarkers) != 0) {
-            shown = L"<" + shown + L">";
+            shown.insert(0, 1, L'<');
+            shown += L'>';
         }
         item += shown;
     }
@@ -215,7 +216,9 @@ std::wstring MapToStr(const X500NameMap& map, const std::wstring& separator) {
         if (!text.empty()) {
             text += separator;
         }
-        text += key + L"=" + value;
+        text += key;
+        text += L'=';
+        text += value;
     }
     return text;
 }
