@@ -55,13 +55,11 @@ bool IsBase64Char(uint8_t c) { return kDecode[c] < kSkip || c == '=' || kDecode[
 
 }  // namespace
 
-std::string Base64Encode(const uint8_t* bytes, uint32_t count) {
-    std::string text;
+size_t Base64EncodeTo(const uint8_t* bytes, size_t count, char* out) {
     if (count == 0 || bytes == nullptr) {
-        return text;
+        return 0;
     }
-    text.resize((static_cast<size_t>(count) + 2) / 3 * 4);
-    char* out = text.data();
+    char* const start = out;
     size_t i = 0;
     for (; i + 3 <= count; i += 3) {
         const uint32_t v = (uint32_t{bytes[i]} << 16) | (uint32_t{bytes[i + 1]} << 8) | bytes[i + 2];
@@ -78,6 +76,16 @@ std::string Base64Encode(const uint8_t* bytes, uint32_t count) {
         *out++ = two ? kAlphabet[(v >> 6) & 63] : '=';
         *out++ = '=';
     }
+    return static_cast<size_t>(out - start);
+}
+
+std::string Base64Encode(const uint8_t* bytes, uint32_t count) {
+    std::string text;
+    if (count == 0 || bytes == nullptr) {
+        return text;
+    }
+    text.resize(Base64EncodedSize(count));
+    Base64EncodeTo(bytes, count, text.data());
     return text;
 }
 

@@ -22,6 +22,10 @@ static_assert(ReverseByte(0x80) == 0x01 && ReverseByte(0xA0) == 0x05 && ReverseB
 
 // Base64Encode returns standard base64 (RFC 4648, "=" padding, no line breaks) of the bytes.
 std::string Base64Encode(const uint8_t* bytes, uint32_t count);
+// Base64EncodedSize is the length of that text; Base64EncodeTo writes it at out (which holds
+// Base64EncodedSize(count) characters, no NUL added) and returns its length.
+constexpr size_t Base64EncodedSize(size_t count) { return (count + 2) / 3 * 4; }
+size_t Base64EncodeTo(const uint8_t* bytes, size_t count, char* out);
 
 // Base64Decode decodes NUL-terminated text into a new block. Empty text leaves out untouched and
 // size 0. The scan stops at the first "=" or at any character outside the alphabet (skipping CR and

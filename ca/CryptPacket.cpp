@@ -46,14 +46,15 @@ void ReadNumber(const JsonValue& doc, const char* key, uint32_t& field, uint32_t
     }
 }
 
-// AttachRawBytes takes the "fileDataSize" bytes that follow the JSON text's NUL (tail is null when
-// the buffer holds no NUL at all).
+// AttachRawBytes takes the "fileDataSize" bytes that follow the JSON text's NUL, borrowed or copied
+// (tail is null when the buffer holds no NUL).
 void AttachRawBytes(SerializableContainer& container, const uint8_t* tail, size_t tailLength,
-                    uint32_t dataSize) {
+                    uint32_t dataSize, bool borrow) {
     if (tail == nullptr || dataSize > tailLength) {
         throw Exception(kNoDataInArgs);
     }
-    container.SetObject(std::make_unique<FileData>(tail, dataSize), true);
+    container.SetObject(
+        borrow ? FileData::Borrow(tail, dataSize) : std::make_unique<FileData>(tail, dataSize), true);
 }
 
 }  // namespace
@@ -65,7 +66,8 @@ void CryptRequest::FromJson(char* text, uint32_t length) {
     FromJson(text, split.jsonLength, split.tail, split.tailLength);
 }
 
-void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength) {
+void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength,
+                            bool borrowTail) {
     if (json == nullptr) {
         throw Exception(kJsonError);
     }
@@ -128,7 +130,7 @@ void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, 
             const uint32_t size = download(ExpectString(*url), bytes);
             SetObject(std::make_unique<FileData>(std::move(bytes), size), true);
         } else if (ReadUint(doc, "fileDataSize", dataSize)) {
-            AttachRawBytes(*this, tail, tailLength, dataSize);
+            AttachRawBytes(*this, tail, tailLength, dataSize, borrowTail);
             binaryFileData = true;
         } else {
             static constexpr int kRequestRecords[] = {kTypeFileData, kTypeStoreAddress, kTypeStoreAddresses,
@@ -214,7 +216,7 @@ void CryptResponse::FromJson(char* text, uint32_t length) {
     ReadBase64(doc, "sendSignData", sendSignData);
     uint32_t dataSize = 0;
     if (ReadUint(doc, "fileDataSize", dataSize)) {
-        AttachRawBytes(*this, split.tail, split.tailLength, dataSize);
+        AttachRawBytes(*this, split.tail, split.tailLength, dataSize, false);
         binaryFileData = true;
         return;
     }

@@ -40,7 +40,10 @@ public:
     void FromJson(char* text, uint32_t length);
     // The same over a JSON text of jsonLength bytes (json[jsonLength] readable) whose raw bytes lie
     // elsewhere: tail is null when the buffer had no NUL after the JSON.
-    void FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength);
+    // borrowTail lends the raw bytes to the request uncopied: the caller keeps tail alive and unchanged
+    // until the request is destroyed (the module does, for one call); otherwise they are copied.
+    void FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength,
+                  bool borrowTail = false);
     // ToJson appends the request's JSON text.
     void ToJson(rapidjson::StringBuffer& buffer) const;
 

@@ -18,14 +18,32 @@ const char* const stags[18] = {
 
 FileData::FileData(const uint8_t* bytes, uint32_t inSize) : data(CopyBlob(bytes, inSize)), size(inSize) {}
 
+std::unique_ptr<FileData> FileData::Borrow(const uint8_t* bytes, uint32_t inSize) {
+    auto record = std::make_unique<FileData>();
+    record->_borrowed = bytes;
+    record->size = inSize;
+    return record;
+}
+
+MallocPtr FileData::TakeOwned() {
+    MallocPtr owned = data != nullptr ? std::move(data) : CopyBlob(_borrowed, size);
+    Reset();
+    return owned;
+}
+
+void FileData::Reset() {
+    data.reset();
+    _borrowed = nullptr;
+    size = 0;
+}
+
 void FileData::FromJson(const JsonValue& value) {
     const char* text = ExpectString(value);
-    data.reset();
-    size = 0;
+    Reset();
     Base64Decode(text, data, size);
 }
 
-void FileData::ToJson(JsonWriter& writer) const { WriteBase64(writer, data.get(), size); }
+void FileData::ToJson(JsonWriter& writer) const { WriteBase64(writer, Bytes(), size); }
 
 void SerializableContainer::SetObject(std::unique_ptr<ISerializable> record, bool clear) {
     if (clear) {
@@ -45,7 +63,7 @@ ISerializable* SerializableContainer::GetObject(int type) const {
 
 const uint8_t* SerializableContainer::GetFileData() const {
     const auto* record = static_cast<const FileData*>(GetObject(kTypeFileData));
-    return record == nullptr ? nullptr : record->data.get();
+    return record == nullptr ? nullptr : record->Bytes();
 }
 
 uint32_t SerializableContainer::GetFileDataSize() const {

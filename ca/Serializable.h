@@ -46,7 +46,9 @@ extern const char* const stags[18];
 // RecordFactoryFn gives an empty record for an envelope type id, or null for an id it does not read.
 using RecordFactoryFn = std::unique_ptr<ISerializable> (*)(int type);
 
-// FileData is the call's payload (type id 0, key "fileData", base64 in JSON).
+// FileData is the call's payload (type id 0, key "fileData", base64 in JSON). It owns its bytes, or
+// borrows them from the host's request buffer for the duration of one call (never written to: the
+// host's buffer may be read-only).
 class FileData : public ISerializable {
 public:
     FileData() = default;
@@ -54,13 +56,25 @@ public:
     FileData(const uint8_t* bytes, uint32_t inSize);
     // Takes ownership of a malloc'ed block.
     FileData(MallocPtr block, uint32_t inSize) : data(std::move(block)), size(inSize) {}
+    // Borrow refers to bytes the caller keeps alive and unchanged while the record lives.
+    static std::unique_ptr<FileData> Borrow(const uint8_t* bytes, uint32_t inSize);
 
     void FromJson(const JsonValue& value) override;
     void ToJson(JsonWriter& writer) const override;
     int GetType() const override { return kTypeFileData; }
 
-    MallocPtr data;
+    // Bytes is the payload, owned or borrowed.
+    const uint8_t* Bytes() const { return data != nullptr ? data.get() : _borrowed; }
+    // TakeOwned hands the payload over as an owned block (a copy when borrowed) and empties the
+    // record.
+    MallocPtr TakeOwned();
+    void Reset();
+
+    MallocPtr data;  // null when the bytes are borrowed
     uint32_t size = 0;
+
+private:
+    const uint8_t* _borrowed = nullptr;
 };
 
 // SerializableContainer maps type ids to owned records, at most one per id.

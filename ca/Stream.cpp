@@ -46,27 +46,31 @@ void CSimpleStream::Stream(CryptPacket& packet, CancellationToken&) {
     if (chunk == nullptr) {
         throw Exception(kNoDataInArgs);
     }
-    if (chunk->size != 0) {
+    const uint32_t chunkSize = chunk->size;
+    if (chunkSize != 0) {
         // The assembled payload must fit a file-data record, and all streams share one budget.
-        if (size + chunk->size > std::numeric_limits<uint32_t>::max() || !budget->Take(chunk->size)) {
+        if (size + chunkSize > std::numeric_limits<uint32_t>::max() || !budget->Take(chunkSize)) {
             throw Exception(kBadData);
         }
-        if (assembled == nullptr) {
-            assembled = std::move(chunk->data);  // the first chunk is adopted, not copied
-        } else {
-            void* grown = std::realloc(assembled.get(), size + chunk->size);
-            if (grown == nullptr) {
-                budget->Give(chunk->size);
-                throw Exception(kExecutionError);
+        try {
+            if (assembled == nullptr) {
+                assembled = chunk->TakeOwned();  // the first chunk is adopted (a borrowed one is copied)
+            } else {
+                void* grown = std::realloc(assembled.get(), size + chunkSize);
+                if (grown == nullptr) {
+                    throw Exception(kExecutionError);
+                }
+                (void)assembled.release();
+                assembled.reset(static_cast<uint8_t*>(grown));
+                std::memcpy(assembled.get() + size, chunk->Bytes(), chunkSize);
             }
-            (void)assembled.release();
-            assembled.reset(static_cast<uint8_t*>(grown));
-            std::memcpy(assembled.get() + size, chunk->data.get(), chunk->size);
+        } catch (...) {
+            budget->Give(chunkSize);
+            throw;
         }
-        size += chunk->size;
+        size += chunkSize;
     }
-    chunk->data.reset();  // each chunk is freed as soon as its bytes are in the assembled block
-    chunk->size = 0;
+    chunk->Reset();  // each chunk is freed as soon as its bytes are in the assembled block
     if (packet.request.streamFinalChunk && size != 0) {
         chunk->data = std::move(assembled);
         chunk->size = static_cast<uint32_t>(size);

@@ -2,6 +2,9 @@
 // the base64 of the decimal CRC-64 of the data.
 #include <tinyxml.h>
 
+#include <cstdint>
+#include <cstring>
+
 #include "base/Encode.h"
 #include "base/ErrorCodes.h"
 #include "base/ErrorMessageHelper.h"
@@ -21,6 +24,34 @@ std::wstring Base64Text(const uint8_t* bytes, size_t size) {
 void SetResultText(ca::CryptPacket& packet, const std::string& text) {
     packet.response.SetObject(std::make_unique<ca::FileData>(reinterpret_cast<const uint8_t*>(text.data()),
                                                              static_cast<uint32_t>(text.size())),
+                              true);
+}
+
+// kAttachedMark stands in for the payload's base64 while the container is printed: one alphabet
+// character, so the element prints exactly as the real text would around it.
+constexpr char kAttachedMark[] = "<Attached>A</Attached>";
+
+// SetAttachedResult prints container with the payload's base64 written straight into the answer,
+// so that the text never exists as a wide string or a second copy.
+void SetAttachedResult(ca::CryptPacket& packet, CSesContainer& container, const uint8_t* payload,
+                       size_t size) {
+    container.signature->Attached = L"A";
+    const std::string printed = container.Print();
+    const size_t mark = printed.find(kAttachedMark);
+    const size_t encoded = ca::Base64EncodedSize(size);
+    const size_t open = sizeof("<Attached>") - 1;
+    const size_t total = printed.size() - 1 + encoded;
+    if (mark == std::string::npos || total > UINT32_MAX) {
+        throw ca::Exception(ca::kBadData);
+    }
+    ca::MallocPtr answer = ca::AllocOrThrow(total);
+    char* out = reinterpret_cast<char*>(answer.get());
+    std::memcpy(out, printed.data(), mark + open);
+    out += mark + open;
+    out += ca::Base64EncodeTo(payload, size, out);
+    const size_t rest = mark + open + 1;
+    std::memcpy(out, printed.data() + rest, printed.size() - rest);
+    packet.response.SetObject(std::make_unique<ca::FileData>(std::move(answer), static_cast<uint32_t>(total)),
                               true);
 }
 
@@ -65,8 +96,9 @@ void SignHashValue(SEngine& engine, ca::CryptPacket& packet, const char* hash, s
     signature.Comment = request.comment;
     signature.URI = request.uri;
     signature.CRC = Base64Text(reinterpret_cast<const uint8_t*>(hash), length);
-    if (request.isAttached) {
-        signature.Attached = Base64Text(request.GetFileData(), request.GetFileDataSize());
+    if (request.isAttached && request.GetFileDataSize() != 0) {
+        SetAttachedResult(packet, container, request.GetFileData(), request.GetFileDataSize());
+        return;
     }
     SetResultText(packet, container.Print());
 }

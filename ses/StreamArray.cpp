@@ -8,9 +8,8 @@ void CStreamHash::Stream(ca::CryptPacket& packet, CancellationToken&) {
     if (chunk == nullptr) {
         throw ca::Exception(ca::kNoDataInArgs);
     }
-    hash.Compute(chunk->data.get(), chunk->size);
-    chunk->data.reset();
-    chunk->size = 0;
+    hash.Compute(chunk->Bytes(), chunk->size);
+    chunk->Reset();
     if (packet.request.streamFinalChunk) {
         const std::string text(hash.GetValue(), hash.GetValueLength());
         packet.response.SetObject(

@@ -1,7 +1,9 @@
 // Signing and verification end to end through the C interface, with certificates in a temporary HOME.
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
 
 #include "base/Encode.h"
@@ -177,6 +179,36 @@ TEST_F(SigningTest, SignatureInfoAndType) {
     EXPECT_EQ(host->Ask(R"({"mode":44,"fileData":"QUJD"})"), R"({"errorCode":0,"errorMessage":"Detached"})");
     EXPECT_EQ(host->Ask(R"({"mode":44})"),
               R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x");
+}
+
+// The raw bytes are read where the host left them: a read-only buffer signs (detached and attached)
+// to the same containers as a writable one.
+TEST_F(SigningTest, SignsFromAReadOnlyRequestBuffer) {
+    const std::string data(3 * 4096 + 5, 'q');
+    for (const std::string extra : {"", R"(,"isAttached":true)"}) {
+        const std::string request = WithNul(R"({"mode":14,"senderCertId":"alice","fileDataSize":)" +
+                                            std::to_string(data.size()) + extra + "}") +
+                                    data;
+        const size_t pages = (request.size() + 4095) / 4096 * 4096;
+        void* mapped = mmap(nullptr, pages, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        ASSERT_NE(mapped, MAP_FAILED);
+        std::memcpy(mapped, request.data(), request.size());
+        ASSERT_EQ(mprotect(mapped, pages, PROT_READ), 0);
+        CMPacket packet{};
+        packet.request = static_cast<const char*>(mapped);
+        packet.requestLength = static_cast<uint32_t>(request.size());
+        packet.isLocal = true;
+        host->process(host->module, &packet);
+        const SAnswer fromReadOnly = CHostModule::Split(packet);
+        munmap(mapped, pages);
+        const SAnswer fromCopy = host->Call(request);
+        EXPECT_EQ(Member(fromReadOnly.json, "errorCode"), "0") << fromReadOnly.json;
+        const std::string a(fromReadOnly.data.begin(), fromReadOnly.data.end());
+        const std::string b(fromCopy.data.begin(), fromCopy.data.end());
+        EXPECT_EQ(Masked(a), Masked(b));
+        EXPECT_EQ(a.find("<Attached>") != std::string::npos, !extra.empty());
+        EXPECT_EQ(a.find(B64(data)) != std::string::npos, !extra.empty());
+    }
 }
 
 }  // namespace
