@@ -33,6 +33,21 @@ public:
         CM_Free(module);
         std::filesystem::remove_all(home);
     }
+    // Answer sends one request and returns the raw bytes of its answer (after the NUL).
+    std::string Answer(const std::string& request) {
+        CMPacket packet{};
+        packet.request = request.data();
+        packet.requestLength = static_cast<uint32_t>(request.size());
+        packet.isLocal = true;
+        CM_ProcessClientRequest(module, &packet);
+        std::string data;
+        const size_t json = packet.response != nullptr ? std::strlen(packet.response) : 0;
+        if (packet.responseSize > json) {
+            data.assign(packet.response + json + 1, packet.responseSize - json - 1);
+        }
+        std::free(packet.response);
+        return data;
+    }
     // Call sends one request and checks that it succeeded.
     bool Call(const std::string& request) {
         CMPacket packet{};
@@ -50,20 +65,49 @@ public:
     void* module = nullptr;
 };
 
-void BM_SignRawBytes(benchmark::State& state) {
-    CBenchModule host;
-    const auto data = Payload(static_cast<size_t>(state.range(0)));
-    std::string request =
-        R"({"mode":14,"senderCertId":"bench","fileDataSize":)" + std::to_string(data.size()) + "}";
+// RawRequest is a request with the payload as raw bytes after the JSON's NUL.
+std::string RawRequest(const std::string& head, const std::vector<uint8_t>& data) {
+    std::string request = head + R"(,"fileDataSize":)" + std::to_string(data.size()) + "}";
     request.push_back('\0');
     request.append(data.begin(), data.end());
+    return request;
+}
+
+// RunCalls sends request once per iteration; the payload size is state.range(0).
+void RunCalls(benchmark::State& state, CBenchModule& host, const std::string& request) {
     for (auto _ : state) {
         if (!host.Call(request)) {
-            state.SkipWithError("signing failed");
+            state.SkipWithError("the request failed");
             break;
         }
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+void BM_SignRawBytes(benchmark::State& state) {
+    CBenchModule host;
+    RunCalls(
+        state, host,
+        RawRequest(R"({"mode":14,"senderCertId":"bench")", Payload(static_cast<size_t>(state.range(0)))));
+}
+
+void BM_SignAttached(benchmark::State& state) {
+    CBenchModule host;
+    RunCalls(state, host,
+             RawRequest(R"({"mode":14,"senderCertId":"bench","isAttached":true)",
+                        Payload(static_cast<size_t>(state.range(0)))));
+}
+
+// BM_VerifyRawBytes checks a detached signature of the payload, made once beforehand.
+void BM_VerifyRawBytes(benchmark::State& state) {
+    CBenchModule host;
+    const auto data = Payload(static_cast<size_t>(state.range(0)));
+    const std::string signature = host.Answer(RawRequest(R"({"mode":14,"senderCertId":"bench")", data));
+    const std::string head = R"({"mode":15,"sendSignData":")" +
+                             ca::Base64Encode(reinterpret_cast<const uint8_t*>(signature.data()),
+                                              static_cast<uint32_t>(signature.size())) +
+                             "\"";
+    RunCalls(state, host, RawRequest(head, data));
 }
 
 void BM_SignEncodedSize(benchmark::State& state) {
@@ -73,13 +117,7 @@ void BM_SignEncodedSize(benchmark::State& state) {
     const std::string request = R"({"fileDataEncodedSize":)" + std::to_string(encoded.size()) +
                                 R"(,"fileData":")" + encoded + R"(","mode":14,"senderCertId":"bench"})" +
                                 std::string(1, '\0');
-    for (auto _ : state) {
-        if (!host.Call(request)) {
-            state.SkipWithError("signing failed");
-            break;
-        }
-    }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+    RunCalls(state, host, request);
 }
 
 void BM_Crc64(benchmark::State& state) {
@@ -115,6 +153,9 @@ constexpr int64_t kSmall = int64_t{1} << 20;
 constexpr int64_t kLarge = int64_t{256} << 20;
 
 BENCHMARK(BM_SignRawBytes)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SignRawBytes)->Name("BM_SignSmall")->Arg(4096)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SignAttached)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_VerifyRawBytes)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_SignEncodedSize)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Crc64)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Crc64TableLoop)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond)->UseRealTime();
