@@ -90,12 +90,16 @@ std::string Base64Encode(const uint8_t* bytes, uint32_t count) {
 }
 
 void Base64Decode(const char* text, MallocPtr& out, uint32_t& size) {
+    Base64Decode(text, text == nullptr ? 0 : std::strlen(text), out, size);
+}
+
+void Base64Decode(const char* text, size_t length, MallocPtr& out, uint32_t& size) {
     size = 0;
-    if (text == nullptr || *text == '\0') {
+    if (text == nullptr || length == 0 || *text == '\0') {
         return;
     }
-    const size_t length = std::strlen(text);
-    MallocPtr block = AllocOrThrow(length);
+    // Four characters make at most three bytes.
+    MallocPtr block = AllocOrThrow(length / 4 * 3 + 3);
     const auto* in = reinterpret_cast<const uint8_t*>(text);
     const uint8_t* const end = in + length;
     uint8_t* dst = block.get();

@@ -31,6 +31,8 @@ size_t Base64EncodeTo(const uint8_t* bytes, size_t count, char* out);
 // size 0. The scan stops at the first "=" or at any character outside the alphabet (skipping CR and
 // LF). Throws Exception(16118) when nothing decodes, Exception(16197) when memory runs out.
 void Base64Decode(const char* text, MallocPtr& out, uint32_t& size);
+// The same over text[0, length), which need not be NUL-terminated (a NUL in it stops the scan).
+void Base64Decode(const char* text, size_t length, MallocPtr& out, uint32_t& size);
 
 // _IsBase64String: every character of text[0, length) (length 0: up to the NUL) is a base64
 // letter, "=", CR or LF.

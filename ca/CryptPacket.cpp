@@ -66,13 +66,37 @@ void CryptRequest::FromJson(char* text, uint32_t length) {
     FromJson(text, split.jsonLength, split.tail, split.tailLength);
 }
 
+void CryptRequest::FromHostBuffer(const char* buffer, uint32_t length) {
+    const SFramedText split = SplitAtNul(buffer, length);
+    SEncodedValue encoded;
+    const bool lifted = FindEncodedFileData(buffer, split.jsonLength, encoded);
+    // The private copy is the JSON less the base64 value, which is decoded from the host's buffer.
+    const size_t kept = lifted ? split.jsonLength - encoded.length : split.jsonLength;
+    MallocPtr text = AllocOrThrow(kept + 1);
+    if (lifted) {
+        std::memcpy(text.get(), buffer, encoded.at);
+        std::memcpy(text.get() + encoded.at, buffer + encoded.at + encoded.length, kept - encoded.at);
+        AttachEncodedFileData(buffer, encoded);
+    } else if (kept != 0) {
+        std::memcpy(text.get(), buffer, kept);
+    }
+    text[kept] = 0;
+    _FromJson(buffer == nullptr ? nullptr : reinterpret_cast<char*>(text.get()), kept, split.tail,
+              split.tailLength, true, lifted);
+}
+
 void CryptRequest::FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength,
                             bool borrowTail) {
+    const bool lifted = json != nullptr && PreParseFileData(json, jsonLength);
+    _FromJson(json, json == nullptr ? 0 : strnlen(json, jsonLength), tail, tailLength, borrowTail, lifted);
+}
+
+void CryptRequest::_FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength,
+                             bool borrowTail, bool preParsed) {
     if (json == nullptr) {
         throw Exception(kJsonError);
     }
     char* const text = json;
-    const bool preParsed = PreParseFileData(text, jsonLength);
     rapidjson::Document doc;
     ParseJson(doc, text, strnlen(text, jsonLength));
     if (!doc.IsObject()) {

@@ -44,6 +44,10 @@ public:
     // until the request is destroyed (the module does, for one call); otherwise they are copied.
     void FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength,
                   bool borrowTail = false);
+    // FromHostBuffer reads a host's request buffer, which it never writes: raw bytes are borrowed
+    // (the buffer must outlive the request), a "fileDataEncodedSize" payload is decoded where it
+    // lies, and only the JSON around it is copied for parsing.
+    void FromHostBuffer(const char* buffer, uint32_t length);
     // ToJson appends the request's JSON text.
     void ToJson(rapidjson::StringBuffer& buffer) const;
 
@@ -70,6 +74,11 @@ public:
     bool redirected = false;
     std::unique_ptr<ISerializable> currentStores;  // a StoreAddresses record, kept outside the map
     std::list<Blob> signatures;
+
+private:
+    // _FromJson reads the keys of json; preParsed: the file data is attached already.
+    void _FromJson(char* json, size_t jsonLength, const uint8_t* tail, size_t tailLength, bool borrowTail,
+                   bool preParsed);
 };
 
 // CryptResponse is the answer being built for one call.

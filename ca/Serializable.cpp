@@ -71,8 +71,8 @@ uint32_t SerializableContainer::GetFileDataSize() const {
     return record == nullptr ? 0 : record->size;
 }
 
-bool SerializableContainer::PreParseFileData(char* text, size_t length) {
-    if (text == nullptr) {
+bool SerializableContainer::FindEncodedFileData(const char* json, size_t jsonLength, SEncodedValue& value) {
+    if (json == nullptr) {
         return false;
     }
     static constexpr char kKey[] = "fileData";
@@ -80,13 +80,12 @@ bool SerializableContainer::PreParseFileData(char* text, size_t length) {
     static constexpr char kValueStart[] = "fileData\":\"";
     static constexpr size_t kMaxDigits = 32;  // a longer size field is no size at all
 
-    const size_t jsonLength = strnlen(text, length);
-    const CByteReader json(reinterpret_cast<const uint8_t*>(text), jsonLength);
-    const size_t keyAt = json.Find(kKey, sizeof(kKey) - 1);
+    const CByteReader text(reinterpret_cast<const uint8_t*>(json), jsonLength);
+    const size_t keyAt = text.Find(kKey, sizeof(kKey) - 1);
     if (keyAt == CByteReader::npos) {
         return false;
     }
-    CByteReader cursor = json;
+    CByteReader cursor = text;
     if (!cursor.Skip(keyAt + sizeof(kKey) - 1) || !cursor.StartsWith(kSuffix, sizeof(kSuffix) - 1) ||
         !cursor.Skip(sizeof(kSuffix) - 1)) {
         return false;
@@ -115,22 +114,28 @@ bool SerializableContainer::PreParseFileData(char* text, size_t length) {
     if (left == 0 || n + 1 > left - 1) {
         return false;
     }
-    char* value = text + (jsonLength - left);
-    const char saved = value[n];
-    value[n] = '\0';
+    value.at = jsonLength - left;
+    value.length = n;
+    return true;
+}
+
+void SerializableContainer::AttachEncodedFileData(const char* json, const SEncodedValue& value) {
     MallocPtr bytes;
     uint32_t size = 0;
-    try {
-        Base64Decode(value, bytes, size);
-    } catch (...) {
-        value[n] = saved;
-        throw;
-    }
-    value[n] = '"';
+    Base64Decode(json + value.at, value.length, bytes, size);
     SetObject(std::make_unique<FileData>(std::move(bytes), size), true);
-    // Drop the base64 text, closing quote and the rest of the JSON follow at once.
-    std::memmove(value, value + n, left - n);
-    value[left - n] = '\0';
+}
+
+bool SerializableContainer::PreParseFileData(char* text, size_t length) {
+    SEncodedValue value;
+    const size_t jsonLength = text != nullptr ? strnlen(text, length) : 0;
+    if (!FindEncodedFileData(text, jsonLength, value)) {
+        return false;
+    }
+    AttachEncodedFileData(text, value);
+    // Drop the base64 text: the closing quote and the rest of the JSON follow at once.
+    std::memmove(text + value.at, text + value.at + value.length, jsonLength - value.at - value.length);
+    text[jsonLength - value.length] = '\0';
     return true;
 }
 

@@ -89,6 +89,17 @@ public:
     // PreParseFileData lifts a "fileDataEncodedSize" payload out of the raw request text
     // (text[0, length) must hold the JSON's terminating NUL). True when it attached the data.
     bool PreParseFileData(char* text, size_t length);
+    // SEncodedValue is where a "fileDataEncodedSize" payload's base64 lies in a JSON text.
+    struct SEncodedValue {
+        size_t at = 0;      // offset of the first base64 character
+        size_t length = 0;  // the declared size: the value's characters
+    };
+    // FindEncodedFileData locates that payload without changing text (json[0, jsonLength), NUL
+    // not needed); false when the text does not carry one the pre-parse would lift.
+    static bool FindEncodedFileData(const char* json, size_t jsonLength, SEncodedValue& value);
+    // AttachEncodedFileData decodes the located payload from json (read in place, which may be the
+    // host's read-only buffer) into the file-data record.
+    void AttachEncodedFileData(const char* json, const SEncodedValue& value);
     void Clear() { objects.clear(); }
     const std::map<int, std::unique_ptr<ISerializable>>& Objects() const { return objects; }
 

@@ -53,17 +53,7 @@ void WriteAnswer(CMPacket& host, const CryptResponse& response) {
 
 void CryptoModule::_RunRequest(const CMPacket& host, CryptPacket& packet) {
     try {
-        // Only the JSON text is copied (the pre-parse edits it in place); raw bytes behind its NUL
-        // are borrowed from the host's buffer for the call, never copied or written.
-        const SFramedText split = SplitAtNul(host.request, host.requestLength);
-        MallocPtr text = AllocOrThrow(split.jsonLength + 1);
-        if (split.jsonLength != 0) {
-            std::memcpy(text.get(), host.request, split.jsonLength);
-        }
-        text[split.jsonLength] = 0;
-        packet.request.FromJson(host.request == nullptr ? nullptr : reinterpret_cast<char*>(text.get()),
-                                split.jsonLength, split.tail, split.tailLength, true);
-        text.reset();
+        packet.request.FromHostBuffer(host.request, host.requestLength);
         if (config.logMode == 3) {
             const std::string encoded =
                 Base64Encode(packet.request.GetFileData(), packet.request.GetFileDataSize());
