@@ -25,15 +25,35 @@ std::unique_ptr<FileData> FileData::Borrow(const uint8_t* bytes, uint32_t inSize
     return record;
 }
 
+std::unique_ptr<FileData> FileData::WithHeadroom(MallocPtr block, uint32_t inSize, uint32_t inHeadroom) {
+    auto record = std::make_unique<FileData>(std::move(block), inSize);
+    record->_headroom = inHeadroom;
+    return record;
+}
+
 MallocPtr FileData::TakeOwned() {
-    MallocPtr owned = data != nullptr ? std::move(data) : CopyBlob(_borrowed, size);
+    MallocPtr owned = data != nullptr && _headroom == 0 ? std::move(data) : CopyBlob(Bytes(), size);
     Reset();
     return owned;
+}
+
+MallocPtr FileData::TakeAnswerBlock(const char* json, size_t jsonLength) {
+    if (data == nullptr || jsonLength + 1 > _headroom) {
+        return nullptr;
+    }
+    uint8_t* block = data.get();
+    std::memmove(block + jsonLength + 1, block + _headroom, size);
+    std::memcpy(block, json, jsonLength);
+    block[jsonLength] = 0;
+    MallocPtr answer = std::move(data);
+    Reset();
+    return answer;
 }
 
 void FileData::Reset() {
     data.reset();
     _borrowed = nullptr;
+    _headroom = 0;
     size = 0;
 }
 

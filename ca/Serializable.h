@@ -58,13 +58,19 @@ public:
     FileData(MallocPtr block, uint32_t inSize) : data(std::move(block)), size(inSize) {}
     // Borrow refers to bytes the caller keeps alive and unchanged while the record lives.
     static std::unique_ptr<FileData> Borrow(const uint8_t* bytes, uint32_t inSize);
+    // WithHeadroom owns a block whose payload starts inHeadroom bytes in: room for the answer's JSON,
+    // so that a large answer is sent from the block itself instead of a copy (TakeAnswerBlock).
+    static std::unique_ptr<FileData> WithHeadroom(MallocPtr block, uint32_t inSize, uint32_t inHeadroom);
 
     void FromJson(const JsonValue& value) override;
     void ToJson(JsonWriter& writer) const override;
     int GetType() const override { return kTypeFileData; }
 
     // Bytes is the payload, owned or borrowed.
-    const uint8_t* Bytes() const { return data != nullptr ? data.get() : _borrowed; }
+    const uint8_t* Bytes() const { return data != nullptr ? data.get() + _headroom : _borrowed; }
+    // TakeAnswerBlock lays out "json NUL payload" in the owned block when its headroom holds the JSON
+    // and its NUL (the payload moves down in place) and hands the block over; null otherwise.
+    MallocPtr TakeAnswerBlock(const char* json, size_t jsonLength);
     // TakeOwned hands the payload over as an owned block (a copy when borrowed) and empties the
     // record.
     MallocPtr TakeOwned();
@@ -75,6 +81,7 @@ public:
 
 private:
     const uint8_t* _borrowed = nullptr;
+    uint32_t _headroom = 0;
 };
 
 // SerializableContainer maps type ids to owned records, at most one per id.

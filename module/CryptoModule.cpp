@@ -27,16 +27,23 @@ void AnswerExecutionError(CryptPacket& packet) {
     packet.response.errorMessage = GetErrorMessage(kExecutionError, true);
 }
 
-void WriteAnswer(CMPacket& host, const CryptResponse& response) {
+void WriteAnswer(CMPacket& host, CryptResponse& response) {
     rapidjson::StringBuffer buffer(nullptr, 256);
     response.ToJson(buffer);
     const size_t jsonLength = buffer.GetSize();
     const uint8_t* data = nullptr;
     size_t dataSize = 0;
-    const bool dataFollows = response.binaryFileData && response.GetObject(kTypeFileData) != nullptr;
+    auto* fileData = static_cast<FileData*>(response.GetObject(kTypeFileData));
+    const bool dataFollows = response.binaryFileData && fileData != nullptr;
     if (dataFollows) {
-        data = response.GetFileData();
-        dataSize = response.GetFileDataSize();
+        data = fileData->Bytes();
+        dataSize = fileData->size;
+        // A payload built with headroom (an attached container) becomes the answer in place.
+        if (MallocPtr block = fileData->TakeAnswerBlock(buffer.GetString(), jsonLength); block != nullptr) {
+            host.responseSize = jsonLength + 1 + dataSize;
+            host.response = reinterpret_cast<char*>(block.release());
+            return;
+        }
     }
     MallocPtr answer = AllocOrThrow(jsonLength + 1 + dataSize);
     std::memcpy(answer.get(), buffer.GetString(), jsonLength);

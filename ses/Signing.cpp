@@ -41,11 +41,13 @@ void SetAttachedResult(ca::CryptPacket& packet, CSesContainer& container, const 
     const size_t encoded = ca::Base64EncodedSize(size);
     const size_t open = sizeof("<Attached>") - 1;
     const size_t total = printed.size() - 1 + encoded;
-    if (mark == std::string::npos || total > UINT32_MAX) {
+    if (mark == std::string::npos || total > UINT32_MAX - 4096) {
         throw ca::Exception(ca::kBadData);
     }
-    ca::MallocPtr answer = ca::AllocOrThrow(total);
-    char* out = reinterpret_cast<char*>(answer.get());
+    // Room for the answer's JSON before the container, so that the module sends this block itself.
+    constexpr uint32_t kHeadroom = 4096;
+    ca::MallocPtr answer = ca::AllocOrThrow(kHeadroom + total);
+    char* out = reinterpret_cast<char*>(answer.get()) + kHeadroom;
     std::memcpy(out, printed.data(), mark + open);
     out += mark + open;
     out += ca::Base64EncodeTo(payload, size, out);
