@@ -29,6 +29,8 @@ int RunHelp(const std::vector<std::string>& args);
 extern const char kHelpHelp[];
 int RunRequest(const std::vector<std::string>& args);
 extern const char kRequestHelp[];
+int RunSession(const std::vector<std::string>& args);
+extern const char kSessionHelp[];
 int RunCert(const std::vector<std::string>& args);
 extern const char kCertHelp[];
 int RunCerts(const std::vector<std::string>& args);

@@ -9,11 +9,13 @@
 #include "ses/SesContainer.h"
 #include "tools/sestool/CommandSupport.h"
 #include "tools/sestool/Commands.h"
+#include "tools/sestool/VerifyCheck.h"
 
 namespace sestool {
 
 const char kVerifyHelp[] =
     "Usage: sestool verify [--json] [--chunk-size N] FILE SIGNATURE\n"
+    "       sestool verify [--chunk-size N] [--batch LIST] [FILE SIGNATURE]...\n"
     "\n"
     "Checks that FILE is the data that SIGNATURE (a detached container written by \"sestool sign\")\n"
     "signed: asks the module for the signature's information (GetSignInfo, mode 29) with the\n"
@@ -35,8 +37,16 @@ const char kVerifyHelp[] =
     "\n"
     "Attached containers (sign --attached) cannot be verified; the module refuses them (16101).\n"
     "\n"
+    "Batch: with several FILE SIGNATURE pairs, or --batch LIST, every file is checked by one module\n"
+    "and gets one line on standard output, in order: \"VALID FILE\", \"INVALID FILE\" or \"ERROR\n"
+    "FILE: why it could not be checked\". LIST (\"-\": standard input) holds one \"FILE SIGNATURE\"\n"
+    "pair per line, separated by blanks; a name with blanks or quotes is written in double quotes,\n"
+    "with \\\" and \\\\ inside. Empty lines and lines starting with # are skipped; LIST may hold up\n"
+    "to 16 MiB. The pairs on the command line come first. FILE \"-\" is not taken in a batch.\n"
+    "\n"
     "Options:\n"
-    "  --json          print the module's \"signInfo\" JSON instead of the text\n"
+    "  --json          print the module's \"signInfo\" JSON instead of the text (one pair only)\n"
+    "  --batch LIST    check the pairs listed in LIST\n"
     "  --chunk-size N  send chunks of N bytes (suffix K, M or G; 1 to 1G), and stream FILE\n"
     "                  whenever it is larger than one chunk\n"
     "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
@@ -45,17 +55,21 @@ const char kVerifyHelp[] =
     "\n"
     "Exit status: 0 valid; 1 invalid; 2 the signature could not be checked: usage error, an\n"
     "unreadable file, a module error (such as 16101 for an attached or malformed container) or\n"
-    "the module could not be loaded.\n"
+    "the module could not be loaded. For a batch: 0 every file is valid; 1 some file is invalid\n"
+    "and every other one valid; 2 some file could not be checked, LIST could not be read or had a\n"
+    "bad line, a usage error, or the module could not be loaded.\n"
     "\n"
-    "Example:\n"
-    "  sestool verify report.pdf report.pdf.sig.xml\n";
+    "Examples:\n"
+    "  sestool verify report.pdf report.pdf.sig.xml\n"
+    "  sestool verify a.pdf a.pdf.sig.xml b.pdf b.pdf.sig.xml\n"
+    "  ls *.pdf | sed 's/.*/\"&\" \"&.sig.xml\"/' | sestool verify --batch -\n";
 
 namespace {
 
 constexpr const char* kCommand = "verify";
 
 const std::vector<SOptionSpec> kVerifyOptions =
-    WithModuleOptions(WithChunkSizeOption({{"--json", nullptr, false}}));
+    WithModuleOptions(WithChunkSizeOption({{"--json", nullptr, false}, {"--batch", nullptr, true}}));
 
 // The abbreviations of a certificate "Description" ("SN=Ivanov, G=Ivan, O=..."), in its order.
 constexpr const char* kDescriptionParts[] = {"SN", "G", "T", "O", "OU", "E", "C", "L", "S", "P"};
@@ -100,9 +114,9 @@ std::string SignerName(const ca::JsonValue* signCert) {
     return surname.empty() || givenName.empty() ? surname + givenName : surname + " " + givenName;
 }
 
-// ExplainUnreadable says in plain words why the module could not read SIGNATURE (16101): it
+// UnreadableReason says in plain words why the module could not read SIGNATURE (16101): it
 // parses the container the same way to tell an attached one from a malformed one.
-void ExplainUnreadable(const std::string& path, const std::vector<uint8_t>& signature) {
+std::string UnreadableReason(const std::string& path, const std::vector<uint8_t>& signature) {
     bool attached = false;
     try {
         const std::unique_ptr<CSesContainer> container =
@@ -112,14 +126,11 @@ void ExplainUnreadable(const std::string& path, const std::vector<uint8_t>& sign
         attached = false;
     }
     if (attached) {
-        PrintError(kCommand,
-                   "'" + path +
-                       "' is an attached signature (the data is inside it): attached signatures cannot "
-                       "be verified. Sign without --attached to get one that can be checked.");
-    } else {
-        PrintError(kCommand,
-                   "'" + path + "' is not a well-formed signature container (an \"SES\" XML document)");
+        return "'" + path +
+               "' is an attached signature (the data is inside it): attached signatures cannot be verified. "
+               "Sign without --attached to get one that can be checked.";
     }
+    return "'" + path + "' is not a well-formed signature container (an \"SES\" XML document)";
 }
 
 // PrintSignInfo prints the container's own texts through Printable: whoever made the container
@@ -151,81 +162,148 @@ void PrintSignInfo(const ca::JsonValue& info) {
 
 }  // namespace
 
-int RunVerify(const std::vector<std::string>& args) {
-    SParsedArgs parsed;
-    if (!ParseCommandLine(kCommand, args, kVerifyOptions, {2, 2, "FILE and SIGNATURE"}, parsed)) {
-        return kExitUsage;
+std::string CVerifyProblems::Take() {
+    std::string text;
+    text.swap(_text);
+    return text;
+}
+
+void CVerifyProblems::Tool(const std::string& text) {
+    if (_print) {
+        PrintError(kCommand, text);
+    } else {
+        _text += (_text.empty() ? "" : "; ") + text;
     }
-    const std::string& file = parsed.positional[0];
-    const std::string& signaturePath = parsed.positional[1];
+}
+
+void CVerifyProblems::Note(const std::string& text) {
+    if (!_print) {
+        Tool(text);
+    }
+}
+
+void CVerifyProblems::Module(const SModuleReply& reply) {
+    if (_print) {
+        PrintModuleError(reply);
+        return;
+    }
+    // Some codes (50, private-key access refused) have no text on purpose.
+    const std::string text =
+        reply.errorMessage.empty() ? "the module answered an error without text" : reply.errorMessage;
+    Tool(text + " (code " + std::to_string(reply.errorCode) + ")");
+}
+
+const ca::JsonValue* FirstSignInfo(const SModuleReply& reply) {
+    const ca::JsonValue* infos = Member(&reply.document, "signInfo");
+    if (infos == nullptr || !infos->IsArray() || infos->Empty() || !(*infos)[0u].IsObject()) {
+        return nullptr;
+    }
+    return &(*infos)[0u];
+}
+
+EVerdict CVerifier::Check(const std::string& file, const std::string& signaturePath,
+                          CVerifyProblems& problems, SModuleReply& reply) {
     if (signaturePath == "-") {
-        PrintError(kCommand, "SIGNATURE must be a file; only FILE can come from standard input");
-        return kExitUsage;
-    }
-    CModuleSession session(kCommand);
-    if (!session.ReadChunkSize(parsed)) {
-        return kExitUsage;
+        problems.Tool("SIGNATURE must be a file; only FILE can come from standard input");
+        return EVerdict::kUnchecked;
     }
     CInputFile input;
     std::vector<uint8_t> signature;
     std::string error;
     if (!input.Open(file, error) || !ReadInputFile(signaturePath, signature, error)) {
-        PrintError(kCommand, error);
-        return kExitUsage;
+        problems.Tool(error);
+        return EVerdict::kUnchecked;
     }
     if (signature.empty()) {
-        PrintError(kCommand, "'" + signaturePath + "' is empty; it holds no signature");
-        return kExitUsage;
+        problems.Tool("'" + signaturePath + "' is empty; it holds no signature");
+        return EVerdict::kUnchecked;
     }
-    if (!session.Open(parsed)) {
-        return kExitUsage;
+    if (!_opened) {
+        _opened = _session.Open(_parsed);
+        _moduleFailed = !_opened;
+        if (!_opened) {
+            return EVerdict::kUnchecked;
+        }
     }
     CRequestJson request(ca::kModeGetSignInfo);
     if (!request.Bytes("sendSignData", signature)) {
-        PrintError(kCommand, "'" + signaturePath + "' is too large to send (3 GiB and more)");
-        return kExitUsage;
+        problems.Tool("'" + signaturePath + "' is too large to send (3 GiB and more)");
+        return EVerdict::kUnchecked;
     }
-    SModuleReply reply;
-    if (!session.CallWithData(request, input, reply)) {
-        return kExitUsage;
+    if (!_session.CallWithData(request, input, reply)) {
+        problems.Note("no answer from the module (see above)");
+        return EVerdict::kUnchecked;
     }
     if (reply.errorCode != 0) {
-        PrintModuleError(reply);
+        problems.Module(reply);
         if (reply.errorCode == ca::kFileOperationError) {
-            ExplainUnreadable(signaturePath, signature);
+            problems.Tool(UnreadableReason(signaturePath, signature));
         }
-        return kExitUsage;
+        return EVerdict::kUnchecked;
     }
-    const ca::JsonValue* infos = Member(&reply.document, "signInfo");
-    if (infos == nullptr || !infos->IsArray() || infos->Empty() || !(*infos)[0u].IsObject()) {
-        PrintError(kCommand, "'" + signaturePath + "' holds no signature (no \"EDS\" element)");
-        return kExitUsage;
+    const ca::JsonValue* info = FirstSignInfo(reply);
+    if (info == nullptr) {
+        problems.Tool("'" + signaturePath + "' holds no signature (no \"EDS\" element)");
+        return EVerdict::kUnchecked;
     }
-    const ca::JsonValue& info = (*infos)[0u];
-    const ca::JsonValue* result = Member(Member(&info, "VerifyResultEx"), "SignatureVerifyResult");
+    const ca::JsonValue* result = Member(Member(info, "VerifyResultEx"), "SignatureVerifyResult");
     const uint32_t code =
         result != nullptr && result->IsUint() ? result->GetUint() : ca::kSignatureNotVerified;
+    if (code == ca::kOk) {
+        return EVerdict::kValid;
+    }
+    return code == ca::kSignatureInvalid ? EVerdict::kInvalid : EVerdict::kNotChecked;
+}
 
+std::string NotCheckedReason(const ca::JsonValue& info) {
+    const ca::JsonValue* result = Member(&info, "VerifyResultEx");
+    const ca::JsonValue* code = Member(result, "SignatureVerifyResult");
+    const std::string why = TextMember(result, "SignatureVerifyResultString");
+    return "the signature was not checked: " + Printable(why) + " (code " +
+           std::to_string(code != nullptr && code->IsUint() ? code->GetUint() : ca::kSignatureNotVerified) +
+           ")";
+}
+
+int RunVerify(const std::vector<std::string>& args) {
+    SParsedArgs parsed;
+    if (!ParseCommandLine(kCommand, args, kVerifyOptions, {0, SIZE_MAX, "FILE and SIGNATURE"}, parsed)) {
+        return kExitUsage;
+    }
+    if (parsed.Has("--batch") || parsed.positional.size() > 2) {
+        return RunVerifyBatch(parsed);
+    }
+    if (parsed.positional.size() != 2) {
+        PrintError(kCommand,
+                   "expected FILE and SIGNATURE (or several such pairs, or --batch LIST); see \"sestool "
+                   "verify --help\"");
+        return kExitUsage;
+    }
+    CVerifier verifier(parsed);
+    if (!verifier.Prepare()) {
+        return kExitUsage;
+    }
+    CVerifyProblems problems(true);
+    SModuleReply reply;
+    const EVerdict verdict = verifier.Check(parsed.positional[0], parsed.positional[1], problems, reply);
+    if (verdict == EVerdict::kUnchecked) {
+        return kExitUsage;
+    }
+    const ca::JsonValue* info = FirstSignInfo(reply);
     if (parsed.Has("--json")) {
-        WriteJson(*infos);
+        WriteJson(*Member(&reply.document, "signInfo"));
     } else {
-        PrintSignInfo(info);
-        if (code == ca::kOk) {
+        PrintSignInfo(*info);
+        if (verdict == EVerdict::kValid) {
             std::printf("VALID: the data matches the signature's CRC-64\n");
-        } else if (code == ca::kSignatureInvalid) {
+        } else if (verdict == EVerdict::kInvalid) {
             std::printf("INVALID: the data does not match the signature's CRC-64\n");
         }
     }
-    if (code == ca::kOk) {
-        return kExitOk;
+    if (verdict == EVerdict::kNotChecked) {
+        problems.Tool(NotCheckedReason(*info));
+        return kExitUsage;
     }
-    if (code == ca::kSignatureInvalid) {
-        return kExitFailed;
-    }
-    const std::string why = TextMember(Member(&info, "VerifyResultEx"), "SignatureVerifyResultString");
-    PrintError(kCommand,
-               "the signature was not checked: " + Printable(why) + " (code " + std::to_string(code) + ")");
-    return kExitUsage;
+    return verdict == EVerdict::kValid ? kExitOk : kExitFailed;
 }
 
 }  // namespace sestool
