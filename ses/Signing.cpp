@@ -41,11 +41,11 @@ void SetAttachedResult(ca::CryptPacket& packet, CSesContainer& container, const 
     const size_t encoded = ca::Base64EncodedSize(size);
     const size_t open = sizeof("<Attached>") - 1;
     const size_t total = printed.size() - 1 + encoded;
-    if (mark == std::string::npos || total > UINT32_MAX - 4096) {
-        throw ca::Exception(ca::kBadData);
-    }
     // Room for the answer's JSON before the container, so that the module sends this block itself.
     constexpr uint32_t kHeadroom = 4096;
+    if (mark == std::string::npos || total > UINT32_MAX - kHeadroom) {
+        throw ca::Exception(ca::kBadData);
+    }
     ca::MallocPtr answer = ca::AllocOrThrow(kHeadroom + total);
     char* out = reinterpret_cast<char*>(answer.get()) + kHeadroom;
     std::memcpy(out, printed.data(), mark + open);
@@ -53,8 +53,8 @@ void SetAttachedResult(ca::CryptPacket& packet, CSesContainer& container, const 
     out += ca::Base64EncodeTo(payload, size, out);
     const size_t rest = mark + open + 1;
     std::memcpy(out, printed.data() + rest, printed.size() - rest);
-    packet.response.SetObject(std::make_unique<ca::FileData>(std::move(answer), static_cast<uint32_t>(total)),
-                              true);
+    packet.response.SetObject(
+        ca::FileData::WithHeadroom(std::move(answer), static_cast<uint32_t>(total), kHeadroom), true);
 }
 
 }  // namespace
