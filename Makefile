@@ -1,9 +1,10 @@
-# Entry points: make deps | build | test | demo | bench | fuzz.
+# Entry points: make deps | build | test | demo | bench | fuzz | install | deb.
 # SANITIZE=1 builds with ASan+UBSan (build-san/), SANITIZE=thread with ThreadSanitizer (build-tsan/).
 SHELL := /bin/bash
 JOBS ?= $(shell nproc)
 SANITIZE ?= 0
 FUZZ_SECONDS ?= 60
+PREFIX ?= /usr/local
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 ifeq ($(SANITIZE),1)
@@ -19,9 +20,9 @@ endif
 
 DEB_PACKAGES := cmake make g++ pkg-config ccache binutils python3 gcovr clang-format clang-tidy qtbase5-dev libtinyxml-dev rapidjson-dev \
 	libcurl4-openssl-dev libcurl4 libisal-dev googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev \
-	openssl ca-certificates
+	openssl ca-certificates help2man dpkg-dev file
 
-.PHONY: deps build test demo bench fuzz coverage lint clean
+.PHONY: deps build test demo bench fuzz coverage lint install deb clean
 
 deps:
 	@missing=""; for p in $(DEB_PACKAGES); do \
@@ -41,6 +42,15 @@ test: build
 
 demo: build
 	@bash tools/demo.sh $(BUILD_DIR)
+
+# make install PREFIX=/opt/ses [DESTDIR=/tmp/stage]: the module, header, pkg-config file, CMake
+# package, sestool with its man page and bash completion.
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD_DIR) --prefix "$(PREFIX)"
+
+# The Debian package of the build: $(BUILD_DIR)/mod-ses_<version>_<arch>.deb.
+deb: build
+	cd $(BUILD_DIR) && cpack -G DEB
 
 bench: deps
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DSES_BENCH=ON -DSES_TESTS=OFF

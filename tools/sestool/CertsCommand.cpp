@@ -31,7 +31,7 @@ const char kCertsHelp[] =
     "                  \"ID\", \"Surname\", \"GivenName\", \"Organization\", \"Title\",\n"
     "                  \"OrganizationUnit\", \"Email\", \"Telephone\", \"Country\", \"Locality\",\n"
     "                  \"Address\"\n"
-    "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
+    "  --module PATH   load PATH, not the module sestool finds (sestool --version)\n"
     "  -v, --verbose   print the module's log lines on standard error\n"
     "  -h, --help      show this help\n"
     "\n"

@@ -29,6 +29,8 @@ constexpr SCommand kCommands[] = {
      kConfigHelp},
     {"help", "show this overview or the help of one command", RunHelp, kHelpHelp},
 };
+// Not listed among the commands, but parsed and helped like one.
+constexpr SCommand kVersion = {"--version", "", RunVersion, kVersionHelp};
 
 constexpr const char* kUsageHead =
     "Usage: sestool COMMAND [OPTIONS] [ARGS]\n"
@@ -39,7 +41,8 @@ constexpr const char* kUsageHead =
 
 constexpr const char* kUsageTail =
     "\n"
-    "Run \"sestool COMMAND --help\" (or \"sestool help COMMAND\") for a command's options.\n"
+    "Run \"sestool COMMAND --help\" (or \"sestool help COMMAND\") for a command's options,\n"
+    "\"sestool --version\" for the versions and the module sestool loads.\n"
     "\n"
     "Exit status: 0 success (\"errorCode\" 0; verify: the signature is valid), 1 the module\n"
     "answered an error code (verify: the signature is invalid), 2 usage or I/O error, or the\n"
@@ -112,7 +115,7 @@ int RunSestool(int argc, char** argv) {
         PrintOverview(stdout);
         return kExitOk;
     }
-    const SCommand* command = FindCommand(name);
+    const SCommand* command = name == kVersion.name ? &kVersion : FindCommand(name);
     if (command == nullptr) {
         std::fprintf(stderr, "sestool: unknown command '%s'; run \"sestool --help\" for the list\n",
                      name.c_str());

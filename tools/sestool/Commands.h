@@ -53,5 +53,7 @@ int RunCms(const std::vector<std::string>& args);
 extern const char kCmsHelp[];
 int RunConfig(const std::vector<std::string>& args);
 extern const char kConfigHelp[];
+int RunVersion(const std::vector<std::string>& args);
+extern const char kVersionHelp[];
 
 }  // namespace sestool

@@ -9,6 +9,10 @@
 #include <cstring>
 #include <memory>
 
+#ifndef SES_LIBDIR_FROM_BINDIR
+#define SES_LIBDIR_FROM_BINDIR "../lib"
+#endif
+
 namespace sestool {
 
 namespace {
@@ -150,6 +154,12 @@ std::string CModuleHost::DefaultModulePath() {
     }
     std::string dir(self, static_cast<size_t>(n));
     dir.erase(dir.rfind('/') + 1);
+    // Installed, the module is in the library folder, reached from the program folder by the path
+    // the build was configured with (../lib/x86_64-linux-gnu); built, it is in lib/ beside bin/.
+    std::string installed = dir + SES_LIBDIR_FROM_BINDIR "/libmod_ses.so.1";
+    if (access(installed.c_str(), F_OK) == 0) {
+        return installed;
+    }
     return dir + "../lib/libmod_ses.so.1";
 }
 

@@ -39,7 +39,8 @@ public:
     // Process sends one request buffer and fills answer. Returns false when the module gave no response.
     bool Process(const std::vector<char>& request, bool isLocal, SModuleAnswer& answer, std::string& error);
 
-    // DefaultModulePath is the module installed beside the running executable: <bin>/../lib/libmod_ses.so.1.
+    // DefaultModulePath is the module installed with the running executable (<bin>/<the install's
+    // library folder>/libmod_ses.so.1), or else the built one beside it: <bin>/../lib/libmod_ses.so.1.
     static std::string DefaultModulePath();
 
 private:

@@ -21,7 +21,7 @@ const char kRequestHelp[] =
     "  --remote        mark the request as coming from another machine (isLocal false): the\n"
     "                  private-key methods then answer 50 unless the configuration allows them\n"
     "  --service       initialise the module in service mode (no desktop message boxes)\n"
-    "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
+    "  --module PATH   load PATH, not the module sestool finds (sestool --version)\n"
     "  --data FILE     send FILE's bytes after the JSON and its NUL; \"fileDataSize\" in the\n"
     "                  request is set to their count (the request must be a JSON object)\n"
     "  --out FILE      write the raw file data that follows the response JSON to FILE (replaced\n"

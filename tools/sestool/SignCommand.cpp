@@ -34,7 +34,7 @@ const char kSignHelp[] =
     "  -o, --out OUT    where to write the container; \"-\" for standard output\n"
     "  --chunk-size N   send chunks of N bytes (suffix K, M or G; 1 to 1G), and stream FILE\n"
     "                   whenever it is larger than one chunk\n"
-    "  --module PATH    load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
+    "  --module PATH    load PATH, not the module sestool finds (sestool --version)\n"
     "  -v, --verbose    print the module's log lines on standard error (and no progress line)\n"
     "  -h, --help       show this help\n"
     "\n"

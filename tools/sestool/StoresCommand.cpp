@@ -17,7 +17,7 @@ const char kStoresHelp[] =
     "Options:\n"
     "  --json          print {\"stores\":[...],\"storeAddresses\":[...]}, the records of the two\n"
     "                  answers, instead of the text\n"
-    "  --module PATH   load PATH instead of <sestool's dir>/../lib/libmod_ses.so.1\n"
+    "  --module PATH   load PATH, not the module sestool finds (sestool --version)\n"
     "  -v, --verbose   print the module's log lines on standard error\n"
     "  -h, --help      show this help\n"
     "\n"
