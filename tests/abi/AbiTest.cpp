@@ -40,7 +40,7 @@ TEST(AbiLifecycle, NullArgumentsAreIgnoredAndInitLogsReadiness) {
     CTempHome home;
     CHostModule host;
     ASSERT_NE(host.module, nullptr);
-    const auto lines = CLogCapture::Take();
+    const auto lines = CLogScope::Take();
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines.back(), (SLogLine{L"Module initialized", false}));
 
@@ -137,18 +137,18 @@ TEST(AbiExchange, AnswersAreByteExact) {
 TEST(AbiLogging, LinesOfOneCallArriveInOrder) {
     CTempHome home;
     CHostModule host;
-    CLogCapture::Clear();
+    CLogScope::Clear();
     host.Ask(R"({"mode":37,"clientId":"host-1"})");
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false},
-                                                          {L"> EnumStore", false},
-                                                          {L"StoreAddress received", false},
-                                                          {L"<", false}}));
+    EXPECT_EQ(CLogScope::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false},
+                                                        {L"> EnumStore", false},
+                                                        {L"StoreAddress received", false},
+                                                        {L"<", false}}));
 
     host.Ask(R"({"mode":37,"clientId":"host-1","test":true})");
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
+    EXPECT_EQ(CLogScope::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
 
     host.Ask(R"({"mode":)");
-    EXPECT_EQ(CLogCapture::Take(),
+    EXPECT_EQ(CLogScope::Take(),
               (std::vector<SLogLine>{{L": CryptoModule:95", true}, {L": ERROR Error parsing JSON.", true}}));
 }
 

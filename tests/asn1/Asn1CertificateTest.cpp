@@ -108,7 +108,7 @@ TEST_F(Asn1Certificates, EveryPrefixFailsCleanly) {
             CCryptAsn1Parser parser;
             parser.Parse(quiet.data(), quiet.size(), true);
             EXPECT_EQ(parser.lastError, ca::kAsn1EndOfData);
-            const uint32_t code = asn1test::CodeOf([&] { parser.GetAsn1Structure(); });
+            const uint32_t code = CodeOf([&] { parser.GetAsn1Structure(); });
             EXPECT_TRUE(code == 0 || code == ca::kAsn1EndOfData);  // a cut value may not decode; it says so
             EXPECT_EQ(parser.Build().size(), parser.GetTotalLength());
         }

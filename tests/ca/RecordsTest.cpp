@@ -16,14 +16,11 @@ namespace {
 // Read fills record from text and returns the code thrown, or 0.
 template <typename T>
 uint32_t Read(T& record, const std::string& text) {
-    try {
-        rapidjson::Document doc;
+    rapidjson::Document doc;
+    return CodeOf([&] {
         ca::ParseJson(doc, text.data(), text.size());
         record.FromJson(doc);
-    } catch (const ca::Exception& e) {
-        return e.code;
-    }
-    return 0;
+    });
 }
 
 const std::string kFreshVerifyResult =

@@ -3,12 +3,11 @@
 #include <tinyxml.h>
 
 #include <chrono>
-#include <cstring>
 
 #include "base/ErrorCodes.h"
-#include "base/Exception.h"
 #include "ses/SesContainer.h"
 #include "ses/SesXml.h"
+#include "tests/support/TestSupport.h"
 
 namespace {
 
@@ -56,21 +55,8 @@ TEST(SesContainerPrint, DetachedLayoutIsByteExact) {
               "</SES>\n");
 }
 
-}  // namespace
-
-namespace {
-
 std::unique_ptr<CSesContainer> ParseText(const std::string& text) {
     return CSesContainer::Parse(text.data(), text.size());
-}
-
-uint32_t ParseCode(const std::string& text) {
-    try {
-        ParseText(text);
-    } catch (const ca::Exception& e) {
-        return e.code;
-    }
-    return 0;
 }
 
 TEST(SesContainerRead, RoundTripKeepsEveryField) {
@@ -83,18 +69,9 @@ TEST(SesContainerRead, RoundTripKeepsEveryField) {
     written.signature->Attached = L"QUJD";
     written.signature->CRC = L"MA==";
     const auto read = ParseText(written.Print());
-    ASSERT_NE(read->certificate, nullptr);
-    ASSERT_NE(read->signature, nullptr);
-    for (const SSesCertField& f : kSesCertFields) {
-        SCOPED_TRACE(f.name);
-        const std::wstring expected =
-            std::string(f.name) == "Address" ? L"line  next \r lone\n" : (*written.certificate).*f.field;
-        EXPECT_EQ((*read->certificate).*f.field, expected);
-    }
-    EXPECT_EQ(read->signature->SignId, written.signature->SignId);
-    EXPECT_EQ(read->signature->Comment, L"  two  blanks  ");
+    written.certificate->Address = L"line  next \r lone\n";  // reading folds each CR LF pair
+    EXPECT_EQ(read->Print(), written.Print());
     EXPECT_TRUE(read->signature->IsAttached());
-    EXPECT_EQ(read->signature->CRC, L"MA==");
 }
 
 TEST(SesContainerRead, MissingPartsKeepTheirDefaults) {
@@ -116,7 +93,6 @@ TEST(SesContainerRead, MissingPartsKeepTheirDefaults) {
 
 std::string Repeat(const std::string& text, size_t count) {
     std::string out;
-    out.reserve(text.size() * count);
     for (size_t i = 0; i < count; ++i) {
         out += text;
     }
@@ -144,7 +120,7 @@ uint32_t ParseCodeOnSmallStack(const std::string& text) {
     EXPECT_EQ(pthread_attr_setstacksize(&attributes, size_t{256} << 10), 0);
     const auto run = [](void* argument) -> void* {
         auto* j = static_cast<SJob*>(argument);
-        j->code = ParseCode(*j->text);
+        j->code = CodeOf([j] { ParseText(*j->text); });
         return nullptr;
     };
     EXPECT_EQ(pthread_create(&thread, &attributes, run, &job), 0);
@@ -155,15 +131,17 @@ uint32_t ParseCodeOnSmallStack(const std::string& text) {
 
 constexpr uint32_t kRefused = ca::kFileOperationError;
 
+struct SShapeCase {
+    const char* label;
+    std::string text;
+    uint32_t code;
+};
+
 TEST(SesContainerRead, OnlyTheContainerSubsetOfXmlIsRead) {
     const auto nested = [](size_t levels) {
         return "<SES>" + Repeat("<a>", levels) + Repeat("</a>", levels) + "</SES>";
     };
-    const struct {
-        const char* label;
-        std::string text;
-        uint32_t code;
-    } cases[] = {
+    const SShapeCase cases[] = {
         {"64 levels", nested(63), 0},
         {"65 levels", nested(64), kRefused},
         {"64 attributes", Attributes(kMaxXmlAttributes), 0},
@@ -236,11 +214,7 @@ TEST(SesContainerRead, OnlyTheContainerSubsetOfXmlIsRead) {
 
 TEST(SesContainerRead, HostileSizesAreAnsweredFast) {
     // TinyXML alone spends 36 s on 100k attributes: it compares each with all earlier ones.
-    const struct {
-        const char* label;
-        std::string text;
-        uint32_t code;
-    } cases[] = {
+    const SShapeCase cases[] = {
         {"100k attributes", Attributes(100000), kRefused},
         {"100k &#x", "<SES>" + Repeat("&#x", 100000) + ";</SES>", kRefused},
         {"100k &#x in a value", "<SES a=\"" + Repeat("&#x", 100000) + ";\"/>", kRefused},
@@ -306,29 +280,18 @@ TEST(SesContainerRead, DeclarationAndCommentsAroundAPrintedContainer) {
 }
 
 TEST(SesCert, CheckStringFoldsOnlyCrLfPairs) {
-    const struct {
-        std::wstring in;
-        std::wstring out;
-    } cases[] = {
-        {L"a\r\n\r\nb", L"a  b"},
-        {L"a\rb\nc", L"a\rb\nc"},
-        {L"\r\r\n\n", L"\r \n"},
-        {L"", L""},
-    };
-    for (const auto& c : cases) {
-        std::wstring text = c.in;
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {L"a\r\n\r\nb", L"a  b"}, {L"a\rb\nc", L"a\rb\nc"}, {L"\r\r\n\n", L"\r \n"}, {L"", L""}};
+    for (auto [text, folded] : cases) {
         CSesCert::CheckString(text);
-        EXPECT_EQ(text, c.out);
+        EXPECT_EQ(text, folded);
     }
 }
 
 TEST(SesCert, JsonFormInSerialisedOrder) {
     CSesCert cert = SampleCert();
-    rapidjson::StringBuffer buffer;
-    ca::JsonWriter writer(buffer);
-    cert.ToJson(writer);
-    EXPECT_STREQ(
-        buffer.GetString(),
+    EXPECT_EQ(
+        Json(cert),
         "{\"ID\":\"cert-1\",\"Surname\":\"Иванов\",\"GivenName\":\"Иван  Петрович\","
         "\"Organization\":\"ООО \\\"Ромашка\\\" & Co\",\"Title\":\"Engineer\",\"OrganizationUnit\":\"\","
         "\"Email\":\"ivanov@example.org\",\"Telephone\":\"\",\"Country\":\"\",\"Locality\":\"\","

@@ -25,8 +25,8 @@ public:
         process =
             reinterpret_cast<decltype(&CM_ProcessClientRequest)>(dlsym(_library, "CM_ProcessClientRequest"));
         release = reinterpret_cast<decltype(&CM_Free)>(dlsym(_library, "CM_Free"));
-        CLogCapture::Clear();
-        module = init(serviceMode, &CLogCapture::CaptureLogLine);
+        CLogScope::Clear();
+        module = init(serviceMode, &CLogScope::Capture);
     }
     ~CHostModule() {
         if (module != nullptr) {

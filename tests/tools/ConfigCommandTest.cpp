@@ -30,13 +30,12 @@ TEST_F(ConfigCommandTest, ShowPrintsWhatTheModuleReads) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.file == nullptr ? "no file" : c.file);
         if (c.file != nullptr) {
-            ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruCryptoSvc"));
-            ASSERT_TRUE(ca::StringToFile(ConfigPath(), c.file));
+            home.WriteConfig(c.file);
         }
         const SToolRun run = Run({"config", "show"});
         EXPECT_EQ(run.exitCode, 0) << Describe(run);
         EXPECT_EQ(run.err.empty(), c.warning == nullptr) << Describe(run);
-        EXPECT_NE(run.err.find(c.warning == nullptr ? "" : c.warning), std::string::npos) << Describe(run);
+        EXPECT_THAT(run.err, HasSubstr(c.warning == nullptr ? "" : c.warning));
         EXPECT_EQ(Json(run.out), ModuleView());
     }
 }
@@ -44,18 +43,18 @@ TEST_F(ConfigCommandTest, ShowPrintsWhatTheModuleReads) {
 TEST_F(ConfigCommandTest, InitWritesDefaultsAndRefusesToOverwrite) {
     const SToolRun first = Run({"config", "init"});
     EXPECT_EQ(first.exitCode, 0) << Describe(first);
-    EXPECT_EQ(first.out, ConfigPath() + "\n");
-    const std::string written = Read(ConfigPath());
+    EXPECT_EQ(first.out, home.ConfigPath() + "\n");
+    const std::string written = Read(home.ConfigPath());
     EXPECT_EQ(written.rfind("# SHA-1 of the lines below: ", 0), 0u);
     EXPECT_EQ(ModuleView(), Json(ca::ConfigFileParser()));
 
-    ASSERT_TRUE(ca::StringToFile(ConfigPath(), "[Service settings]\nLogMode=1\n"));
+    ASSERT_TRUE(ca::StringToFile(home.ConfigPath(), "[Service settings]\nLogMode=1\n"));
     const SToolRun again = Run({"config", "init"});
     EXPECT_EQ(again.exitCode, 2);
-    EXPECT_NE(again.err.find("--force"), std::string::npos) << Describe(again);
-    EXPECT_EQ(Read(ConfigPath()), "[Service settings]\nLogMode=1\n");
+    EXPECT_THAT(again.err, HasSubstr("--force"));
+    EXPECT_EQ(Read(home.ConfigPath()), "[Service settings]\nLogMode=1\n");
     EXPECT_EQ(Run({"config", "init", "--force"}).exitCode, 0);
-    EXPECT_EQ(Read(ConfigPath()), written);
+    EXPECT_EQ(Read(home.ConfigPath()), written);
 }
 
 // init never opens what is not a regular file (a FIFO would block it) and never writes through a
@@ -69,16 +68,16 @@ TEST_F(ConfigCommandTest, InitRefusesSpecialTargets) {
         {"--force", [](const char* path) { return mkfifo(path, 0600); }, "is a FIFO"},
         {"--force", [](const char* path) { return symlink("../missing.ini", path); }, "leads to no file"},
         {"", [](const char* path) { return symlink("../missing.ini", path); }, "exists; add --force"}};
-    ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruCryptoSvc"));
+    home.WriteConfig("");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.says);
-        unlink(ConfigPath().c_str());
-        ASSERT_EQ(c.make(ConfigPath().c_str()), 0);
+        unlink(home.ConfigPath().c_str());
+        ASSERT_EQ(c.make(home.ConfigPath().c_str()), 0);
         const SToolRun run = Run(*c.force != '\0' ? std::vector<std::string>{"config", "init", c.force}
                                                   : std::vector<std::string>{"config", "init"});
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_NE(run.err.find(c.says), std::string::npos) << Describe(run);
-        EXPECT_FALSE(ca::IsRegularFile(ConfigPath()));
+        EXPECT_THAT(run.err, HasSubstr(c.says));
+        EXPECT_FALSE(ca::IsRegularFile(home.ConfigPath()));
         EXPECT_FALSE(ca::IsRegularFile(home.Path() + "/.config/missing.ini"));
     }
 }

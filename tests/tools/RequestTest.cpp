@@ -14,12 +14,15 @@ TEST_F(RequestTest, HelpWinsOverEverythingElse) {
                                                  {"config", "--help"}}) {
         const SToolRun run = Run(args);
         EXPECT_EQ(run.exitCode, 0) << Describe(run);
-        EXPECT_NE(run.out.find("Usage: sestool"), std::string::npos) << Describe(run);
+        EXPECT_THAT(run.out, HasSubstr("Usage: sestool"));
     }
 }
 
-// The exit code follows "errorCode"; stdout is the response JSON on one line.
+// The exit code follows "errorCode"; stdout is the response JSON on one line. With --data the module
+// must take the file bytes from behind the NUL: a raw "fileDataSize" wins over "fileData" (here
+// undecodable) and replaces a size the bytes would not cover.
 TEST_F(RequestTest, ExitCodeFollowsErrorCode) {
+    const std::string data = File("data.bin", std::string("a\0b\xff", 4));
     const struct {
         const char* request;
         std::vector<std::string> options;
@@ -32,7 +35,11 @@ TEST_F(RequestTest, ExitCodeFollowsErrorCode) {
                  {R"({"mode":)", {}, 1, R"("errorCode":16300)"},
                  // The private-key check runs before "test": --remote must reach the module as isLocal false.
                  {R"({"mode":14,"test":true})", {"--remote"}, 1, R"({"errorCode":50,"errorMessage":""})"},
-                 {R"({"mode":14,"test":true})", {}, 0, R"({"errorCode":0,"errorMessage":"DONE"})"}};
+                 {R"({"mode":14,"test":true})", {}, 0, R"({"errorCode":0,"errorMessage":"DONE"})"},
+                 {R"({"mode":24,"fileData":"*"})", {}, 1, R"("errorCode":16118)"},
+                 {R"({"mode":24,"fileData":"*"})", {"--data", data}, 0, R"({"errorCode":0,)"},
+                 {R"({"mode":24,"fileDataSize":1000})", {}, 1, R"("errorCode":16118)"},
+                 {R"({"mode":24,"fileDataSize":1000})", {"--data", data}, 0, R"({"errorCode":0,)"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.request);
         std::vector<std::string> args{"request"};
@@ -42,22 +49,8 @@ TEST_F(RequestTest, ExitCodeFollowsErrorCode) {
         }
         const SToolRun run = Run(args, c.request);
         EXPECT_EQ(run.exitCode, c.exitCode) << Describe(run);
-        EXPECT_NE(run.out.find(c.json), std::string::npos) << Describe(run);
+        EXPECT_THAT(run.out, HasSubstr(c.json));
         EXPECT_EQ(run.out.find('\n'), run.out.size() - 1) << "one line";
-    }
-}
-
-// With --data the module must take the file bytes from behind the NUL: a raw "fileDataSize" wins
-// over "fileData" (here undecodable) and replaces a size the bytes would not cover.
-TEST_F(RequestTest, DataTravelsBehindTheJson) {
-    const std::string data = File("data.bin", std::string("a\0b\xff", 4));
-    for (const char* request : {R"({"mode":24,"fileData":"*"})", R"({"mode":24,"fileDataSize":1000})"}) {
-        SCOPED_TRACE(request);
-        const std::string file = File("request.json", request);
-        EXPECT_EQ(Run({"request", file}).exitCode, 1);
-        const SToolRun withData = Run({"request", "--data", data, file});
-        EXPECT_EQ(withData.exitCode, 0) << Describe(withData);
-        EXPECT_NE(withData.out.find(R"("errorCode":0)"), std::string::npos) << Describe(withData);
     }
 }
 
@@ -65,11 +58,10 @@ TEST_F(RequestTest, VerboseShowsModuleLogLines) {
     const std::string request = File("request.json", R"({"mode":37,"clientId":"me"})");
     const SToolRun quiet = Run({"request", request});
     EXPECT_EQ(quiet.exitCode, 0) << Describe(quiet);
-    EXPECT_EQ(quiet.err.find("[log]"), std::string::npos) << Describe(quiet);
+    EXPECT_THAT(quiet.err, ::testing::Not(HasSubstr("[log]")));
     const SToolRun verbose = Run({"request", "-v", request});
-    EXPECT_EQ(verbose.exitCode, 0) << Describe(verbose);
-    EXPECT_NE(verbose.err.find("[log] Module initialized\n"), std::string::npos) << Describe(verbose);
-    EXPECT_NE(verbose.err.find("[log] clientId =  me\n"), std::string::npos) << Describe(verbose);
+    EXPECT_THAT(verbose.err, HasSubstr("[log] Module initialized\n"));
+    EXPECT_THAT(verbose.err, HasSubstr("[log] clientId =  me\n"));
     EXPECT_EQ(verbose.out, quiet.out);
 }
 
@@ -80,20 +72,19 @@ TEST_F(RequestTest, ResponseDataGoesToOutFile) {
     const std::string out = home.Path() + "/out.bin";
     const SToolRun none = Run({"request", "--out", out, File("request.json", R"({"mode":37})")});
     EXPECT_EQ(none.exitCode, 0) << Describe(none);
-    EXPECT_NE(none.err.find("carries no file data"), std::string::npos) << Describe(none);
+    EXPECT_THAT(none.err, HasSubstr("carries no file data"));
     EXPECT_FALSE(std::filesystem::exists(out));
 
     const SToolRun saved = Run({"request", "--data", data, "--out", out, hash});
     EXPECT_EQ(saved.exitCode, 0) << Describe(saved);
-    EXPECT_NE(saved.out.find(R"("fileDataSize":19)"), std::string::npos) << Describe(saved);
+    EXPECT_THAT(saved.out, HasSubstr(R"("fileDataSize":19)"));
     EXPECT_EQ(Read(out), "7800480153909949255");
     const SToolRun piped = Run({"request", "--data", data, "--out", "-", hash});
     EXPECT_EQ(piped.out, "7800480153909949255") << Describe(piped);
-    EXPECT_NE(piped.err.find(R"("fileDataSize":19)"), std::string::npos) << Describe(piped);
+    EXPECT_THAT(piped.err, HasSubstr(R"("fileDataSize":19)"));
     const SToolRun unsaved = Run({"request", "--data", data, hash});
     EXPECT_EQ(unsaved.exitCode, 0) << Describe(unsaved);
-    EXPECT_NE(unsaved.err.find("19 bytes of file data not saved; use --out FILE"), std::string::npos)
-        << Describe(unsaved);
+    EXPECT_THAT(unsaved.err, HasSubstr("19 bytes of file data not saved; use --out FILE"));
 }
 
 }  // namespace

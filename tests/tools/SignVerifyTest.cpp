@@ -7,28 +7,13 @@ namespace {
 
 using SignVerifyTest = CToolTest;
 
-// The container sign writes: certificate, then EDS with the caller's texts and the CRC ("123456789"
-// has CRC-64 7800480153909949255, base64 of its digits); Attached sits between URI and CRC.
+// The container sign writes: the record's certificate, then EDS with the caller's texts and the CRC
+// ("123456789" has CRC-64 7800480153909949255, base64 of its digits); Attached sits between URI and CRC.
 TEST_F(SignVerifyTest, SignWritesTheContainerLayout) {
     NewCert();
-    const std::string head =
-        "<SES Version=\"1.0\">\n"
-        "    <Certificate>\n"
-        "        <ID>ivanov</ID>\n"
-        "        <Surname>Ivanov</Surname>\n"
-        "        <GivenName>Ivan, Jr</GivenName>\n"
-        "        <Organization>Roga, Kopyta</Organization>\n"
-        "        <Title />\n"
-        "        <OrganizationUnit />\n"
-        "        <Email>ivan@example.org</Email>\n"
-        "        <Telephone />\n"
-        "        <Country />\n"
-        "        <Locality />\n"
-        "        <Address />\n"
-        "    </Certificate>\n"
-        "    <EDS>\n"
-        "        <SignId>*</SignId>\n"
-        "        <SignTimeUTC>*</SignTimeUTC>\n";
+    const std::string record = Read(CertFolder() + "/ivanov.ses");  // its certificate, then "</SES>\n"
+    const std::string head = record.substr(0, record.size() - 7) +
+                             "    <EDS>\n        <SignId>*</SignId>\n        <SignTimeUTC>*</SignTimeUTC>\n";
     const std::string tail =
         "        <CRC Set=\"st_1\">NzgwMDQ4MDE1MzkwOTk0OTI1NQ==</CRC>\n    </EDS>\n</SES>\n";
     const struct {
@@ -46,8 +31,7 @@ TEST_F(SignVerifyTest, SignWritesTheContainerLayout) {
         args.insert(args.end(), c.options.begin(), c.options.end());
         const SToolRun run = Run(args);
         ASSERT_EQ(run.exitCode, 0) << Describe(run);
-        EXPECT_NE(run.out.find("\nSignature written to " + data + ".sig.xml\n"), std::string::npos)
-            << Describe(run);
+        EXPECT_THAT(run.out, HasSubstr("\nSignature written to " + data + ".sig.xml\n"));
         const std::string written = Read(data + ".sig.xml");
         EXPECT_EQ(Masked(written), head + c.eds + tail);
         const size_t id = written.find("<SignId>") + 8;
@@ -57,13 +41,13 @@ TEST_F(SignVerifyTest, SignWritesTheContainerLayout) {
     const SToolRun piped = Run({"sign", "--cert", "ivanov", "-o", "-", "-"}, "123456789");
     EXPECT_EQ(piped.exitCode, 0) << Describe(piped);
     EXPECT_EQ(Masked(piped.out), head + cases[0].eds + tail);
-    EXPECT_NE(piped.err.find("Signature written to standard output\n"), std::string::npos) << Describe(piped);
+    EXPECT_THAT(piped.err, HasSubstr("Signature written to standard output\n"));
     EXPECT_FALSE(std::filesystem::exists(home.Path() + "/-"));
 
     const SToolRun unknown = Run({"sign", "--cert", "nobody", data, "-o", data + ".2"});
     EXPECT_EQ(unknown.exitCode, 1) << Describe(unknown);
-    EXPECT_NE(unknown.err.find("sestool: NEED (code 16104)\n"), std::string::npos) << Describe(unknown);
-    EXPECT_NE(unknown.err.find("no certificate 'nobody'"), std::string::npos) << Describe(unknown);
+    EXPECT_THAT(unknown.err, HasSubstr("sestool: NEED (code 16104)\n"));
+    EXPECT_THAT(unknown.err, HasSubstr("no certificate 'nobody'"));
     EXPECT_FALSE(std::filesystem::exists(data + ".2"));
 }
 
@@ -108,7 +92,7 @@ TEST_F(SignVerifyTest, VerifyTellsWhetherTheDataMatches) {
         const SToolRun json = Run({"verify", "--json", checked, data + ".sig.xml"});
         EXPECT_EQ(json.exitCode, c.exitCode) << Describe(json);
         EXPECT_EQ(json.out.rfind(R"([{"VerifyResultEx":{)", 0), 0u) << Describe(json);
-        EXPECT_NE(json.out.find(c.jsonResult), std::string::npos) << Describe(json);
+        EXPECT_THAT(json.out, HasSubstr(c.jsonResult));
     }
 }
 
@@ -130,7 +114,7 @@ TEST_F(SignVerifyTest, UnverifiableSignaturesExitTwo) {
         const SToolRun run = Run({"verify", data, c.signature});
         EXPECT_EQ(run.exitCode, 2) << Describe(run);
         for (const char* text : c.says) {
-            EXPECT_NE(run.err.find(text), std::string::npos) << text << "\n" << Describe(run);
+            EXPECT_THAT(run.err, HasSubstr(text));
         }
         EXPECT_EQ(run.out.find("VALID"), std::string::npos) << Describe(run);
     }
@@ -145,7 +129,7 @@ TEST_F(SignVerifyTest, StreamedSignatureEqualsOneShot) {
     const std::string out = home.Path() + "/signed.xml";
     ASSERT_EQ(Run({"sign", "--cert", "ivanov", data, "-o", out, "--comment", "ok"}).exitCode, 0);
     const std::string oneShot = Masked(Read(out));
-    ASSERT_NE(oneShot.find("<Comment>ok</Comment>"), std::string::npos) << oneShot;
+    ASSERT_THAT(oneShot, HasSubstr("<Comment>ok</Comment>"));
     const struct {
         const char* chunkSize;
         bool fromStdin;
@@ -164,7 +148,7 @@ TEST_F(SignVerifyTest, StreamedSignatureEqualsOneShot) {
     // The module's error on the final chunk is reported like any other, and nothing is written.
     const SToolRun unknown = Run({"sign", "--cert", "nobody", "--chunk-size", "2", data, "-o", out + "2"});
     EXPECT_EQ(unknown.exitCode, 1) << Describe(unknown);
-    EXPECT_NE(unknown.err.find("sestool: NEED (code 16104)\n"), std::string::npos) << Describe(unknown);
+    EXPECT_THAT(unknown.err, HasSubstr("sestool: NEED (code 16104)\n"));
     EXPECT_FALSE(std::filesystem::exists(out + "2"));
 }
 
@@ -189,10 +173,8 @@ TEST_F(SignVerifyTest, StreamedVerifyGivesTheOneShotVerdict) {
         const std::string checked = c.fromStdin ? "-" : File("checked.txt", c.bytes);
         const SToolRun run = Run({"verify", "-v", "--chunk-size", "5", checked, data + ".sig.xml"}, c.bytes);
         EXPECT_EQ(run.exitCode, c.exitCode) << Describe(run);
-        EXPECT_NE(run.out.find(c.exitCode == 0 ? "\nVALID: the data matches"
-                                               : "\nINVALID: the data does not match"),
-                  std::string::npos)
-            << Describe(run);
+        EXPECT_THAT(run.out, HasSubstr(c.exitCode == 0 ? "\nVALID: the data matches"
+                                                       : "\nINVALID: the data does not match"));
         EXPECT_EQ(Count(run.err, "[log] > StreamGetSignInfo\n"), c.chunks) << run.err;
     }
 }

@@ -74,7 +74,7 @@ TEST_F(UsageTest, BadUsageExitsTwo) {
         SCOPED_TRACE(::testing::PrintToString(c.args));
         const SToolRun run = Run(c.args);
         EXPECT_EQ(run.exitCode, 2) << Describe(run);
-        EXPECT_NE(run.err.find(c.says), std::string::npos) << Describe(run);
+        EXPECT_THAT(run.err, HasSubstr(c.says)) << Describe(run);
         EXPECT_EQ(run.out, "") << Describe(run);
     }
     EXPECT_FALSE(std::filesystem::exists(home.Path() + "/x.ses"));
