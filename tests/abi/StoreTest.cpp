@@ -1,6 +1,10 @@
-// Store operations, SetCert2 and chunked streams through the C interface.
+// Store operations, SetCert2, chunked streams and many calls at once, through the C interface.
+#include <atomic>
 #include <chrono>
+#include <thread>
 
+#include "base/Encode.h"
+#include "ses/Hasher.h"
 #include "tests/support/HostModule.h"
 
 namespace {
@@ -9,16 +13,6 @@ constexpr const char* kDone = R"({"errorCode":0,"errorMessage":"DONE"})";
 constexpr const char* kWrongStore = R"({"errorCode":16252,"errorMessage":"ERROR Wrong store address"})";
 constexpr const char* kBadJson = R"({"errorCode":16300,"errorMessage":"ERROR Error parsing JSON."})";
 constexpr const char* kNoData = R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)"})x";
-
-// StreamId reads "streamId" out of an answer, 0 when absent.
-uint32_t StreamId(const std::string& json) {
-    const size_t at = json.find("\"streamId\":");
-    return at == std::string::npos ? 0 : static_cast<uint32_t>(std::stoul(json.substr(at + 11)));
-}
-
-std::string SetCert2(const std::string& client, const std::string& record) {
-    return R"({"mode":45,"clientId":")" + client + R"(","fileData":")" + B64(record) + "\"}";
-}
 
 // TempStores lists n distinct spellings of the temporary store, each copies times.
 std::string TempStores(size_t n, size_t copies = 1) {
@@ -116,37 +110,90 @@ TEST(AbiStores, WhatAClientMaySendIsBounded) {
     EXPECT_LT(large, 30 * small + 0.05) << small << " s for 10k addresses, " << large << " s for 100k";
 }
 
-TEST(AbiStreams, ChunksBuildOneSignature) {
+// What chunks make is checked with the stream array (StreamTest) and by the stress test; here, that a
+// refused chunk still names its stream.
+TEST(AbiStreams, RefusedChunkNamesItsStream) {
     CTempHome home;
     CHostModule host;
     host.Ask(SetCert2("c", R"({"ID":"json-cert"})"));
-    auto chunk = [&host](uint32_t id, const std::string& bytes, bool final) {
-        return host.Call(WithNul(R"({"mode":53,"senderCertId":"json-cert","streamId":)" + std::to_string(id) +
-                                 (final ? R"(,"streamFinalChunk":true)" : "") + R"(,"fileDataSize":)" +
-                                 std::to_string(bytes.size()) + "}") +
-                         bytes);
-    };
-    const uint32_t id = StreamId(chunk(0, "ab", false).json);
-    ASSERT_NE(id, 0u);
-    EXPECT_EQ(StreamId(chunk(id, "", false).json), id);
-    EXPECT_EQ(host.Ask(R"({"mode":53,"streamId":)" + std::to_string(id) + "}"),
-              R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)","streamId":)x" +
-                  std::to_string(id) + "}");
-    EXPECT_EQ(StreamId(chunk(id, "cde", false).json), id);
-    const SAnswer last = chunk(id, "", true);
-    const std::string container(last.data.begin(), last.data.end());
-    EXPECT_THAT(container, HasSubstr("<CRC Set=\"st_1\">" + B64("12054484311075249404") + "</CRC>"))
-        << last.json;
+    const std::string id =
+        std::to_string(StreamId(host.Ask(R"({"mode":53,"senderCertId":"json-cert","fileData":"YWI="})")));
+    ASSERT_NE(id, "0");
+    EXPECT_EQ(host.Ask(R"({"mode":53,"streamId":)" + id + "}"),
+              R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)","streamId":)x" + id + "}");
+}
 
-    // Verifying in chunks too (the container on every chunk); the closed stream's id is not reused.
-    const std::string verify = R"({"mode":54,"sendSignData":")" + B64(container) + R"(","streamId":)";
-    const uint32_t verifyId = StreamId(host.Call(WithNul(verify + R"(0,"fileDataSize":3})") + "abc").json);
-    EXPECT_NE(verifyId, 0u);
-    EXPECT_THAT(host.Call(WithNul(verify + std::to_string(verifyId) +
-                                  R"(,"streamFinalChunk":true,"fileDataSize":2})") +
-                          "de")
-                    .json,
-                HasSubstr(R"("SignatureVerifyResult":0,)"));
+// SignedCrc tells whether an answer's container carries the CRC-64 of data.
+bool SignedCrc(const std::string& json, const std::string& data) {
+    Crc64Hash hash;
+    hash.Compute(reinterpret_cast<const unsigned char*>(data.data()), static_cast<unsigned int>(data.size()));
+    const size_t at = json.find("\"fileData\":\"");
+    ca::MallocPtr out;
+    uint32_t size = 0;
+    if (at == std::string::npos) {
+        return false;
+    }
+    ca::Base64Decode(json.substr(at + 12, json.find('"', at + 12) - at - 12).c_str(), out, size);
+    return std::string(reinterpret_cast<const char*>(out.get()), size)
+               .find("<CRC Set=\"st_1\">" + B64(std::string(hash.GetValue(), hash.GetValueLength())) +
+                     "</CRC>") != std::string::npos;
+}
+
+// Every thread sends with the same "clientId": a client id is whatever a request says, so the
+// module must keep one client's state whole under concurrent calls.
+TEST(AbiStress, ConcurrentCallsOfOneClient) {
+    CTempHome home;
+    CHostModule host;
+    ASSERT_THAT(host.Ask(SetCert2("c", R"({"ID":"base"})")), StartsWith(R"({"errorCode":0,)"));
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&host, &failures, t] {
+            const auto expect = [&failures](bool ok) { failures += ok ? 0 : 1; };
+            const auto ask = [&host](const std::string& request) {
+                return host.Ask(R"({"clientId":"shared",)" + request);
+            };
+            const auto done = [&](const std::string& answer) {
+                expect(answer.rfind(R"({"errorCode":0,)", 0) == 0);
+            };
+            std::string own = "base";
+            for (int i = 0; i < 250; ++i) {
+                const std::string data = std::to_string(t) + "/" + std::to_string(i);
+                expect(SignedCrc(
+                    ask(R"("mode":14,"senderCertId":")" + own + R"(","fileData":")" + B64(data) + "\"}"),
+                    data));
+                if (i % 50 == 0) {  // a certificate of its own, added while others sign
+                    own = "cert-" + std::to_string(t) + "-" + std::to_string(i);
+                    done(host.Ask(SetCert2("adder-" + std::to_string(t), R"({"ID":")" + own + R"("})")));
+                }
+                // A stream of two chunks; another thread's chunks never reach it.
+                const uint32_t id =
+                    StreamId(ask(R"("mode":53,"senderCertId":"base","fileData":")" + B64(data) + "\"}"));
+                expect(id != 0);
+                expect(
+                    SignedCrc(ask(R"("mode":53,"senderCertId":"base","streamFinalChunk":true,"streamId":)" +
+                                  std::to_string(id) + R"(,"fileData":")" + B64("#tail") + "\"}"),
+                              data + "#tail"));
+                done(ask(R"("mode":63,"streamFinalChunk":true,"fileData":")" + B64(data) + "\"}"));
+                // The store choice, read back, and a bad request.
+                done(ask(R"("mode":36,"storeAddresses":[{"name":"VALKOTempStore"},)"
+                         R"({"location":"sscu","name":"valkotempstore"}]})"));
+                done(ask(R"("mode":47})"));
+                expect(
+                    host.Ask(i % 2 == 0 ? R"({"mode":99})" : R"({"mode":)").rfind(R"({"errorCode":163)", 0) ==
+                    0);
+                if (i % 50 == 49) {
+                    done(ask(R"("mode":61})"));
+                }
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_THAT(host.Ask(R"({"mode":38})"), HasSubstr("\"cert-7-200\""));
+    CLogScope::Clear();
 }
 
 }  // namespace

@@ -78,14 +78,6 @@ TEST_F(FrameTest, EveryFileDataFormReachesTheOperation) {
     }
 }
 
-TEST_F(FrameTest, LogModeThreeLogsTheRequestData) {
-    module.config.logMode = 3;
-    Call(WithNul(R"({"mode":11,"fileDataSize":3})") + "ABC");
-    const auto lines = log.Take();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines.front(), (SLogLine{L"Request filedata : QUJD", false}));
-}
-
 TEST_F(FrameTest, ForeignExceptionsBecomeExecutionErrors) {
     for (const char* kind : {"runtime_error", "bad_alloc"}) {
         SCOPED_TRACE(kind);

@@ -65,6 +65,19 @@ SToolRun CToolTest::Run(const std::vector<std::string>& args, const std::string&
     return run;
 }
 
+SToolRun CToolTest::RunOk(const std::vector<std::string>& args, const std::string& input) {
+    SToolRun run = Run(args, input);
+    EXPECT_EQ(run.exitCode, 0) << Describe(run);
+    return run;
+}
+
+SToolRun CToolTest::RunFails(const std::vector<std::string>& args, int exitCode, const std::string& says) {
+    SToolRun run = Run(args);
+    EXPECT_EQ(run.exitCode, exitCode) << Describe(run);
+    EXPECT_THAT(run.err, HasSubstr(says));
+    return run;
+}
+
 std::string CToolTest::File(const std::string& name, const std::string& bytes) const {
     const std::string path = home.Path() + "/" + name;
     std::ofstream(path, std::ios::binary) << bytes;
@@ -72,9 +85,8 @@ std::string CToolTest::File(const std::string& name, const std::string& bytes) c
 }
 
 void CToolTest::NewCert() {
-    const SToolRun run = Run({"cert", "new", "--id", "ivanov", "--surname", "Ivanov", "--given-name",
-                              "Ivan, Jr", "--organization", "Roga, Kopyta", "--email", "ivan@example.org"});
-    ASSERT_EQ(run.exitCode, 0) << Describe(run);
+    RunOk({"cert", "new", "--id", "ivanov", "--surname", "Ivanov", "--given-name", "Ivan, Jr",
+           "--organization", "Roga, Kopyta", "--email", "ivan@example.org"});
 }
 
 std::string CToolTest::Read(const std::string& path) {

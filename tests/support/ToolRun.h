@@ -27,6 +27,9 @@ protected:
     // instead of a file.
     SToolRun Run(const std::vector<std::string>& args, const std::string& input = {},
                  bool terminalStderr = false);
+    // RunOk is Run that expects exit code 0; RunFails expects exitCode and says in standard error.
+    SToolRun RunOk(const std::vector<std::string>& args, const std::string& input = {});
+    SToolRun RunFails(const std::vector<std::string>& args, int exitCode, const std::string& says);
     // File writes bytes to name in the test folder and returns its path.
     std::string File(const std::string& name, const std::string& bytes) const;
     std::string CertFolder() const { return home.Path() + "/.config/VALKO/SesCertificates"; }
