@@ -53,8 +53,7 @@ TEST(AbiStores, FixedAnswersOfTheStoreOperations) {
         {R"({"mode":45,"fileData":"W10="})", kBadJson},
         {R"({"mode":37,"extInitParams":"FORCE_CERTINCLUDE=x"})", kBadJson}};
     for (const auto& [request, answer] : cases) {
-        SCOPED_TRACE(request);
-        EXPECT_EQ(host.Ask(request), answer);
+        EXPECT_EQ(host.Ask(request), answer) << request;
     }
 }
 
@@ -87,8 +86,7 @@ TEST(AbiStores, WhatAClientMaySendIsBounded) {
         {TempStores(65), R"({"errorCode":16252,)"},
         {TempStores(3, 1000), kDone}};  // duplicates are dropped before the bound is counted
     for (const auto& [request, start] : cases) {
-        SCOPED_TRACE(request.substr(0, 60));
-        EXPECT_THAT(host.Ask(request), StartsWith(start));
+        EXPECT_THAT(host.Ask(request), StartsWith(start)) << request.substr(0, 60);
     }
     // SetCert2 records live until CM_Free: bounded per client and for all clients together.
     for (size_t added = 1; added < 256; ++added) {  // "edge" above was the first

@@ -19,13 +19,10 @@ TEST(OidDescription, TellingRowsAndUnknownOids) {
         const wchar_t* russian;
     };
     const SRow rows[] = {
-        {L"2.5.4.3", L"An attribute of type commonName is used to store the common name",
-         L"Атрибут типа commonName используется для хранения распространенного имени"},
         // Deliberate: the type name is misspelt in the English text, as the text has always read.
         {L"2.5.4.8", L"The stateOrPinceName type attribute is used to store the name of a state or province",
          L"Атрибут типа stateOrProvinceName используется для хранения названия штата, области или края"},
         {L"1.2.643.3.131.1.1", L"INN", L"ИНН"},
-        {L"1.2.643.7.1.1.1.1", L"GOST R 34.10-2012 256 bit", L"ГОСТ Р 34.10-2012 256 бит"},
         {L"2.5.29.15", L"Key usage", L"Использование ключа"},
     };
     std::vector<SRow> all(std::begin(rows), std::end(rows));

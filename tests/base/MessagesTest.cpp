@@ -32,8 +32,7 @@ TEST(Messages, IdPastTheCollectionGivesMarker) {
     for (const wchar_t* language : {L"en", L"ru"}) {
         CLanguageScope scope(language);
         for (ValkoMessage id : {kMessageCount, kMessageCount + 1, UINT32_MAX}) {
-            SCOPED_TRACE(id);
-            EXPECT_STREQ(SetVALKOMessage(id), L"VALKO_LANGUAGE_MESSAGE_ID_ERROR");
+            EXPECT_STREQ(SetVALKOMessage(id), L"VALKO_LANGUAGE_MESSAGE_ID_ERROR") << id;
         }
         EXPECT_STRNE(SetVALKOMessage(kMessageCount - 1), L"VALKO_LANGUAGE_MESSAGE_ID_ERROR");
     }

@@ -56,21 +56,16 @@ TEST(Records, FreshRecordsWriteEveryKeyInOrder) {
                 HasSubstr(R"("Extensions":[{"OidFriendlyName":"Key Usage","OidValue":"2.5.29.15",)"
                           R"("RawData":"AwIGwA==","FormattedData":"Ж \"q\"","Critical":true}],)"));
 
+    // A signer: its verdict first, then its texts, certificates and co-signers (every key of each
+    // record reads back: EveryKeyReadsBackToTheSameText).
     ca::SignInfo signer;
-    EXPECT_EQ(
-        Json(signer),
-        R"({"VerifyResultEx":)" + kFreshVerifyResult +
-            R"(,"VerifyResult":"","SignId":"","Comment":"","Uri":"","SignTime":"","SignTimeUTC":"",)"
-            R"("SignAlg":"","HashAlg":"","IsAttached":false,"SignCert":{"Id":"","Serial":"","Issuer":"",)"
-            R"("OIDIssuer":"","X500NameIssuer":"","Description":"","OIDDescription":"",)"
-            R"("X500NameDescription":"","SubjectTags":"","IssuerTags":"","ValidFrom":"","ValidFromUTC":"",)"
-            R"("ValidTo":"","ValidToUTC":"","RawData":"","Extensions":[]},"AttrCert":{"Id":"",)"
-            R"("HolderSerial":"","HolderIssuer":"","HolderOIDIssuer":"","HolderX500NameIssuer":"",)"
-            R"("HolderIssuerTags":"","Validity":"","ValidityNumber":0,"Version":"","Serial":"",)"
-            R"("SignatureAlg":"","HashAlg":"","Issuer":"","OIDIssuer":"","X500NameIssuer":"",)"
-            R"("ValidFrom":"","ValidFromUTC":"","ValidTo":"","ValidToUTC":"","IssuerTags":"",)"
-            R"("IssuerUniqueId":"","RawData":"","Error":"","Attributes":[],"Extensions":[]},)"
-            R"("CoSigners":[],"Extensions":[]})");
+    EXPECT_THAT(Json(signer),
+                StartsWith(R"({"VerifyResultEx":)" + kFreshVerifyResult + R"(,"VerifyResult":"",)"));
+    for (const char* part :
+         {R"("IsAttached":false,"SignCert":{"Id":"",)", R"(]},"AttrCert":{"Id":"","HolderSerial")",
+          R"("Attributes":[],"Extensions":[]},"CoSigners":[],"Extensions":[]})"}) {
+        EXPECT_THAT(Json(signer), HasSubstr(part));
+    }
     signer.extensions.push_back({L"n", L"1.2", L"s", L"d"});
     EXPECT_THAT(Json(signer),
                 HasSubstr(R"("Extensions":[{"ExtensionName":"n","ExtensionOID":"1.2",)"

@@ -201,8 +201,7 @@ TEST(ConfigJson, DefaultsInTableOrderWrongTypesThrowOutOfRangeIsIgnored) {
     for (const char* text : {R"([])", R"({"LogMode":"1"})", R"({"LogMode":1.5})", R"({"LogMode":4294967295})",
                              R"({"ShowTrayIcon":1})", R"({"LogFile":1})", R"({"Dll extensions":"x"})",
                              R"({"Custom CDP list":[1]})"}) {
-        SCOPED_TRACE(text);
-        EXPECT_EQ(CodeOf([text] { FromJson(text); }), ca::kJsonError);
+        EXPECT_EQ(CodeOf([text] { FromJson(text); }), ca::kJsonError) << text;
     }
     EXPECT_EQ(Json(FromJson(R"({"LogMode":7,"ProxyPort":0,"HttpPort":-1,"Unknown":true})")),
               Json(ca::ConfigFileParser()));

@@ -73,8 +73,7 @@ TEST_F(FrameTest, EveryFileDataFormReachesTheOperation) {
         {WithNul(R"({"fileDataUrl":")" + server.Url("/none") + "\"}"),
          R"({"errorCode":16264,"errorMessage":"ERROR Server error"})"}};
     for (const auto& [request, answer] : cases) {
-        SCOPED_TRACE(request);
-        EXPECT_EQ(Call(request).json, answer);
+        EXPECT_EQ(Call(request).json, answer) << request;
     }
 }
 
