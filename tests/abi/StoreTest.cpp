@@ -108,90 +108,30 @@ TEST(AbiStores, WhatAClientMaySendIsBounded) {
     EXPECT_LT(large, 30 * small + 0.05) << small << " s for 10k addresses, " << large << " s for 100k";
 }
 
-// What chunks make is checked with the stream array (StreamTest) and by the stress test; here, that a
-// refused chunk still names its stream.
-TEST(AbiStreams, RefusedChunkNamesItsStream) {
+// Signing and verifying go in chunks alike, and a refused chunk still names its stream (what the chunks
+// make is checked with the stream array, StreamTest).
+TEST(AbiStreams, ChunksSignAndVerify) {
     CTempHome home;
     CHostModule host;
     host.Ask(SetCert2("c", R"({"ID":"json-cert"})"));
-    const std::string id =
-        std::to_string(StreamId(host.Ask(R"({"mode":53,"senderCertId":"json-cert","fileData":"YWI="})")));
-    ASSERT_NE(id, "0");
-    EXPECT_EQ(host.Ask(R"({"mode":53,"streamId":)" + id + "}"),
-              R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)","streamId":)x" + id + "}");
-}
-
-// SignedCrc tells whether an answer's container carries the CRC-64 of data.
-bool SignedCrc(const std::string& json, const std::string& data) {
-    Crc64Hash hash;
-    hash.Compute(reinterpret_cast<const unsigned char*>(data.data()), static_cast<unsigned int>(data.size()));
-    const size_t at = json.find("\"fileData\":\"");
-    ca::MallocPtr out;
-    uint32_t size = 0;
-    if (at == std::string::npos) {
-        return false;
-    }
-    ca::Base64Decode(json.substr(at + 12, json.find('"', at + 12) - at - 12).c_str(), out, size);
-    return std::string(reinterpret_cast<const char*>(out.get()), size)
-               .find("<CRC Set=\"st_1\">" + B64(std::string(hash.GetValue(), hash.GetValueLength())) +
-                     "</CRC>") != std::string::npos;
-}
-
-// Every thread sends with the same "clientId": a client id is whatever a request says, so the
-// module must keep one client's state whole under concurrent calls.
-TEST(AbiStress, ConcurrentCallsOfOneClient) {
-    CTempHome home;
-    CHostModule host;
-    ASSERT_THAT(host.Ask(SetCert2("c", R"({"ID":"base"})")), StartsWith(R"({"errorCode":0,)"));
-    std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&host, &failures, t] {
-            const auto expect = [&failures](bool ok) { failures += ok ? 0 : 1; };
-            const auto ask = [&host](const std::string& request) {
-                return host.Ask(R"({"clientId":"shared",)" + request);
-            };
-            const auto done = [&](const std::string& answer) {
-                expect(answer.rfind(R"({"errorCode":0,)", 0) == 0);
-            };
-            std::string own = "base";
-            for (int i = 0; i < 250; ++i) {
-                const std::string data = std::to_string(t) + "/" + std::to_string(i);
-                expect(SignedCrc(
-                    ask(R"("mode":14,"senderCertId":")" + own + R"(","fileData":")" + B64(data) + "\"}"),
-                    data));
-                if (i % 50 == 0) {  // a certificate of its own, added while others sign
-                    own = "cert-" + std::to_string(t) + "-" + std::to_string(i);
-                    done(host.Ask(SetCert2("adder-" + std::to_string(t), R"({"ID":")" + own + R"("})")));
-                }
-                // A stream of two chunks; another thread's chunks never reach it.
-                const uint32_t id =
-                    StreamId(ask(R"("mode":53,"senderCertId":"base","fileData":")" + B64(data) + "\"}"));
-                expect(id != 0);
-                expect(
-                    SignedCrc(ask(R"("mode":53,"senderCertId":"base","streamFinalChunk":true,"streamId":)" +
-                                  std::to_string(id) + R"(,"fileData":")" + B64("#tail") + "\"}"),
-                              data + "#tail"));
-                done(ask(R"("mode":63,"streamFinalChunk":true,"fileData":")" + B64(data) + "\"}"));
-                // The store choice, read back, and a bad request.
-                done(ask(R"("mode":36,"storeAddresses":[{"name":"VALKOTempStore"},)"
-                         R"({"location":"sscu","name":"valkotempstore"}]})"));
-                done(ask(R"("mode":47})"));
-                expect(
-                    host.Ask(i % 2 == 0 ? R"({"mode":99})" : R"({"mode":)").rfind(R"({"errorCode":163)", 0) ==
-                    0);
-                if (i % 50 == 49) {
-                    done(ask(R"("mode":61})"));
-                }
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(failures.load(), 0);
-    EXPECT_THAT(host.Ask(R"({"mode":38})"), HasSubstr("\"cert-7-200\""));
-    CLogScope::Clear();
+    const auto chunk = [&host](const std::string& head, uint32_t id, const std::string& bytes, bool final) {
+        return host.Call(WithNul(head + R"(,"streamId":)" + std::to_string(id) +
+                                 (final ? R"(,"streamFinalChunk":true)" : "") + R"(,"fileDataSize":)" +
+                                 std::to_string(bytes.size()) + "}") +
+                         bytes);
+    };
+    const std::string sign = R"({"mode":53,"senderCertId":"json-cert")";
+    const uint32_t id = StreamId(chunk(sign, 0, "ab", false).json);
+    ASSERT_NE(id, 0u);
+    EXPECT_EQ(host.Ask(R"({"mode":53,"streamId":)" + std::to_string(id) + "}"),
+              R"x({"errorCode":16118,"errorMessage":"ERROR No data in argument(s)","streamId":)x" +
+                  std::to_string(id) + "}");
+    const SAnswer last = chunk(sign, id, "cde", true);
+    const std::string verify =
+        R"({"mode":54,"sendSignData":")" + B64({last.data.begin(), last.data.end()}) + "\"";
+    const uint32_t verifyId = StreamId(chunk(verify, 0, "abc", false).json);
+    ASSERT_NE(verifyId, 0u);
+    EXPECT_THAT(chunk(verify, verifyId, "de", true).json, HasSubstr(R"("SignatureVerifyResult":0,)"));
 }
 
 }  // namespace

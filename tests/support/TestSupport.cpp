@@ -66,9 +66,11 @@ CLogScope::CLogScope(SBinding& binding) : _binding(binding) {
 
 CLogScope::~CLogScope() { _binding.callback.store(_previous); }
 
-CLanguageScope::CLanguageScope() : _previous(GetVALKOLng()) {}
-
-CLanguageScope::CLanguageScope(const wchar_t* name) : _previous(GetVALKOLng()) { SetVALKOLng(name); }
+CLanguageScope::CLanguageScope(const wchar_t* name) : _previous(GetVALKOLng()) {
+    if (name != nullptr) {
+        SetVALKOLng(name);
+    }
+}
 
 // The stored value is put back as it was, 0 ("nothing selected yet") included.
 CLanguageScope::~CLanguageScope() { CurrentBinding().language.store(_previous); }

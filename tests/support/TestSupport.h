@@ -66,8 +66,7 @@ private:
 // it selects that language first (SetVALKOLng).
 class CLanguageScope {
 public:
-    CLanguageScope();
-    explicit CLanguageScope(const wchar_t* name);
+    explicit CLanguageScope(const wchar_t* name = nullptr);
     ~CLanguageScope();
     CLanguageScope(const CLanguageScope&) = delete;
     CLanguageScope& operator=(const CLanguageScope&) = delete;
