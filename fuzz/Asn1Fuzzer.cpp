@@ -2,8 +2,6 @@
 // build a generic object tree, decode, re-encode everything and write back again. Only the ASN.1
 // codes may come out, and well-formed input must be written back byte for byte.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -15,12 +13,9 @@
 #include "base/Exception.h"
 #include "fuzz/FuzzTarget.h"
 
-namespace {
+const char* const kFuzzTarget = "fuzz_asn1";
 
-[[noreturn]] void Fail(const char* what) {
-    std::fprintf(stderr, "fuzz_asn1: %s\n", what);
-    std::abort();
-}
+namespace {
 
 void CheckCode(uint32_t code) {
     if (code != ca::kAsn1EndOfData && code != ca::kAsn1CorruptData && code != ca::kAsn1BadTag) {
@@ -39,28 +34,13 @@ void MarkAllChanged(CAsn1Object& object) {
     }
 }
 
-// CBuffer holds bytes in a block of exactly their size, so that AddressSanitizer sees a read past it.
-class CBuffer {
-public:
-    CBuffer(const uint8_t* bytes, size_t size) : _size(size), _bytes(new uint8_t[size == 0 ? 1 : size]) {
-        if (size != 0) {
-            std::memcpy(_bytes.get(), bytes, size);
-        }
-    }
-    uint8_t* data() { return _bytes.get(); }
-    size_t size() const { return _size; }
-
-private:
-    size_t _size;
-    std::unique_ptr<uint8_t[]> _bytes;
-};
-
-// Reparse checks that written bytes read back completely and are written the same again.
+// Reparse checks that written bytes read back completely and are written the same again. Copies are
+// vectors made from a range: they hold exactly the bytes, so AddressSanitizer sees a read past them.
 void Reparse(const std::vector<uint8_t>& bytes) {
     if (bytes.empty()) {
         return;
     }
-    CBuffer copy(bytes.data(), bytes.size());
+    std::vector<uint8_t> copy(bytes.begin(), bytes.end());
     CCryptAsn1Parser parser;
     try {
         parser.Parse(copy.data(), copy.size());
@@ -84,7 +64,7 @@ constexpr SFlags kFlagSets[] = {
 };
 
 void Exercise(const uint8_t* data, size_t size, const SFlags& flags) {
-    CBuffer buffer(data, size);  // decoders clear bit-string padding in place: never in data itself
+    std::vector<uint8_t> buffer(data, data + size);  // decoders clear bit-string padding in place
     CCryptAsn1Parser parser;
     bool complete = true;
     try {

@@ -1,28 +1,10 @@
 // Feeds arbitrary bytes to the service configuration reader as the text of its file. A refusal
 // says why, every number kept stays in its key's range, and the record writes JSON that reads
 // back to the same JSON.
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
 #include "config/ConfigFileParser.h"
 #include "fuzz/FuzzTarget.h"
 
-namespace {
-
-[[noreturn]] void Fail(const char* what) {
-    std::fprintf(stderr, "fuzz_config: %s\n", what);
-    std::abort();
-}
-
-std::string Json(const ca::ConfigFileParser& config) {
-    rapidjson::StringBuffer buffer;
-    ca::JsonWriter writer(buffer);
-    config.ToJson(writer);
-    return std::string(buffer.GetString(), buffer.GetSize());
-}
-
-}  // namespace
+const char* const kFuzzTarget = "fuzz_config";
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ca::ConfigFileParser config;

@@ -4,13 +4,13 @@
 // -max_len=1048576 so that inputs are long enough to nest that deep.
 #include <pthread.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "base/Json.h"
 #include "fuzz/FuzzTarget.h"
 #include "ses/SesContainer.h"
+
+const char* const kFuzzTarget = "fuzz_container";
 
 namespace {
 
@@ -27,13 +27,11 @@ void ReadContainer(const char* text, size_t size) {
         const std::string printed = container->Print();
         const auto again = CSesContainer::Parse(printed.data(), printed.size());
         if (again->Print() != printed) {
-            std::fprintf(stderr, "fuzz_container: print/parse round trip differs\n");
-            std::abort();
+            Fail("print/parse round trip differs");
         }
     } catch (const ca::Exception& e) {
         if (e.code != 16101) {
-            std::fprintf(stderr, "fuzz_container: unexpected code %u\n", e.code);
-            std::abort();
+            Fail("unexpected exception code");
         }
     }
     try {
@@ -60,8 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     pthread_t thread;
     if (pthread_attr_init(&attributes) != 0 || pthread_attr_setstacksize(&attributes, kStackBytes) != 0 ||
         pthread_create(&thread, &attributes, ReadOnThread, &input) != 0) {
-        std::fprintf(stderr, "fuzz_container: cannot start the reading thread\n");
-        std::abort();
+        Fail("cannot start the reading thread");
     }
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);

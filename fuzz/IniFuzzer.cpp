@@ -1,13 +1,13 @@
 // Feeds arbitrary bytes to both INI families, through a stream and as file bytes, and checks that
 // what Save writes reads back to the same text.
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
 #include "base/Encode.h"
 #include "config/inifile.h"
 #include "fuzz/FuzzTarget.h"
+
+const char* const kFuzzTarget = "fuzz_ini";
 
 namespace {
 
@@ -37,15 +37,13 @@ void CheckStable(const File& loaded, const char* family) {
     again.LoadFromBytes(saved);
     const std::string resaved = again.SaveToBytes();
     if (resaved != saved && !SavesAsSection(loaded)) {
-        std::fprintf(stderr, "fuzz_ini: %s: Save -> Load -> Save changed the text\n", family);
-        std::abort();
+        Fail(family + std::string(": Save -> Load -> Save changed the text"));
     }
     // Whatever the first text was, the second save is a fixed point.
     File third;
     third.LoadFromBytes(resaved);
     if (third.SaveToBytes() != resaved) {
-        std::fprintf(stderr, "fuzz_ini: %s: a saved text does not read back\n", family);
-        std::abort();
+        Fail(family + std::string(": a saved text does not read back"));
     }
 }
 
@@ -75,8 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fromBytes.LoadFromBytes(bytes);
     if (ca::u16u8(ca::u8u16(bytes)) == bytes && bytes.compare(0, 3, "\xEF\xBB\xBF") != 0 &&
         fromBytes.SaveToBytes() != wide.SaveToBytes()) {
-        std::fprintf(stderr, "fuzz_ini: stream and bytes disagree\n");
-        std::abort();
+        Fail("stream and bytes disagree");
     }
     return 0;
 }

@@ -1,11 +1,11 @@
 // Feeds arbitrary text to the initialisation-string parser.
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "base/Encode.h"
 #include "config/InitStringParser.h"
 #include "fuzz/FuzzTarget.h"
+
+const char* const kFuzzTarget = "fuzz_initstring";
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::wstring text = ca::u8u16(reinterpret_cast<const char*>(data), size);
@@ -15,8 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (parser.Lookup(static_cast<ca::InitStringParameter>(p), value) && !value.empty() &&
             (value.front() == L'"' || value.front() == L' ' || value.back() == L'"' ||
              value.back() == L' ')) {
-            std::fprintf(stderr, "fuzz_initstring: value keeps quotes or blanks\n");
-            std::abort();
+            Fail("value keeps quotes or blanks");
         }
     }
     std::wstring value;

@@ -20,16 +20,12 @@ namespace fs = std::filesystem;
 
 bool Replay(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        std::fprintf(stderr, "replay: cannot read %s\n", path.c_str());
-        return false;
-    }
     const std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     const std::unique_ptr<uint8_t[]> input(new uint8_t[bytes.size()]);
     std::copy(bytes.begin(), bytes.end(), input.get());
     LLVMFuzzerTestOneInput(input.get(), bytes.size());
-    if (!bytes.empty() && std::memcmp(input.get(), bytes.data(), bytes.size()) != 0) {
-        std::fprintf(stderr, "replay: %s: the target changed its input\n", path.c_str());
+    if (!in || (!bytes.empty() && std::memcmp(input.get(), bytes.data(), bytes.size()) != 0)) {
+        std::fprintf(stderr, "replay: %s: unreadable, or the target changed its input\n", path.c_str());
         return false;
     }
     return true;
@@ -40,14 +36,14 @@ bool Replay(const fs::path& path) {
 int main(int argc, char** argv) {
     std::vector<fs::path> files;
     for (int i = 1; i < argc; ++i) {
-        if (fs::is_directory(argv[i])) {
-            for (const auto& entry : fs::directory_iterator(argv[i])) {
-                if (entry.is_regular_file()) {
-                    files.push_back(entry.path());
-                }
-            }
-        } else {
+        if (!fs::is_directory(argv[i])) {
             files.emplace_back(argv[i]);
+            continue;
+        }
+        for (const auto& entry : fs::directory_iterator(argv[i])) {
+            if (entry.is_regular_file()) {
+                files.push_back(entry.path());
+            }
         }
     }
     std::sort(files.begin(), files.end());
@@ -55,12 +51,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s FILE|DIR...  (no inputs found)\n", argv[0]);
         return 2;
     }
-    int failed = 0;
-    for (const auto& file : files) {
-        if (!Replay(file)) {
-            ++failed;
-        }
-    }
-    std::printf("replayed %zu inputs, %d failed\n", files.size(), failed);
+    const size_t failed = static_cast<size_t>(
+        std::count_if(files.begin(), files.end(), [](const fs::path& f) { return !Replay(f); }));
+    std::printf("replayed %zu inputs, %zu failed\n", files.size(), failed);
     return failed == 0 ? 0 : 1;
 }

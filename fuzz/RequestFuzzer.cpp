@@ -1,10 +1,6 @@
 // Feeds arbitrary bytes to the module through its C interface, as a host would, and checks the
 // framing of every answer. An even input length is a local request, an odd one a remote request.
-#include <rapidjson/document.h>
-
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -13,37 +9,31 @@
 #include "fuzz/FuzzTarget.h"
 #include "mod_ses.h"
 
+const char* const kFuzzTarget = "fuzz_request";
+
 namespace {
 
 bool DiscardLine(const wchar_t* /*text*/, bool /*isError*/) { return true; }
 
-[[noreturn]] void Fail(const char* what) {
-    std::fprintf(stderr, "fuzz_request: %s\n", what);
-    std::abort();
-}
-
-std::string& HomeDir() {
-    static std::string dir;
-    return dir;
-}
-
-void RemoveHome() {
-    std::error_code ignored;
-    std::filesystem::remove_all(HomeDir(), ignored);
-}
+// SHome is the run's HOME, removed when the program ends.
+struct SHome {
+    std::string path = (std::filesystem::temp_directory_path() / "fuzz-request-XXXXXX").string();
+    ~SHome() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+};
 
 // Module creates the one module of the run, with HOME in an empty folder so that no configuration
 // or certificate of the machine takes part.
 void* Module() {
     static void* const module = [] {
-        std::string pattern = (std::filesystem::temp_directory_path() / "fuzz-request-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) {
+        static SHome home;
+        if (mkdtemp(home.path.data()) == nullptr) {
             Fail("cannot create a temporary HOME");
         }
-        HomeDir() = pattern;
-        std::atexit(RemoveHome);
-        setenv("HOME", pattern.c_str(), 1);
-        setenv("XDG_CONFIG_HOME", (pattern + "/.config").c_str(), 1);
+        setenv("HOME", home.path.c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (home.path + "/.config").c_str(), 1);
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
         void* created = CM_Init(true, DiscardLine);
         if (created == nullptr) {

@@ -1,14 +1,14 @@
 // Feeds arbitrary bytes (JSON, NUL, raw data) to the response reader and the nested records it
 // reaches. A response that reads is written back, framed as the module frames it, and reading
 // that again must write the same JSON.
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "ca/CryptPacket.h"
 #include "fuzz/FuzzTarget.h"
 #include "module/RecordFactory.h"
+
+const char* const kFuzzTarget = "fuzz_response";
 
 namespace {
 
@@ -53,13 +53,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ca::CryptResponse reread;
     std::string again;
     if (!Read(framed, reread)) {
-        std::fprintf(stderr, "fuzz_response: a written response does not read back\n");
-        std::abort();
+        Fail("a written response does not read back");
     }
     Write(reread, again);
     if (again != json) {
-        std::fprintf(stderr, "fuzz_response: JSON round trip differs\n");
-        std::abort();
+        Fail("JSON round trip differs");
     }
     return 0;
 }

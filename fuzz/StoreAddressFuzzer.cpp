@@ -1,23 +1,10 @@
 // Feeds arbitrary text to the store-address text form and, when it is JSON, to the record readers;
 // a record read back from its own JSON must write the same JSON again.
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
 #include "base/Encode.h"
 #include "ca/StoreAddress.h"
 #include "fuzz/FuzzTarget.h"
 
-namespace {
-
-std::string Json(const ca::ISerializable& record) {
-    rapidjson::StringBuffer buffer;
-    ca::JsonWriter writer(buffer);
-    record.ToJson(writer);
-    return buffer.GetString();
-}
-
-}  // namespace
+const char* const kFuzzTarget = "fuzz_storeaddress";
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
@@ -38,8 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         ca::StoreAddresses reread;
         reread.FromJson(again);
         if (Json(reread) != written) {
-            std::fprintf(stderr, "fuzz_storeaddress: JSON round trip differs\n");
-            std::abort();
+            Fail("JSON round trip differs");
         }
     } catch (const ca::Exception&) {
         // Not JSON, or not a list of store-address objects: answered with a code.

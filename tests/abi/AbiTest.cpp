@@ -1,7 +1,9 @@
-// End-to-end tests of libmod_ses.so.1 through its C interface only, as a host sees it.
+// End-to-end tests of libmod_ses.so.1 through its C interface only, as a host sees it: exports, life
+// cycle, answers, logging, and the service configuration CM_Init reads.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +11,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "mod_ses.h"
 #include "tests/support/HostModule.h"
@@ -34,21 +37,6 @@ TEST(AbiExports, OnlyTheThreeEntryPointsAreExported) {
     }
     pclose(pipe);
     EXPECT_EQ(names, (std::set<std::string>{"CM_Free", "CM_Init", "CM_ProcessClientRequest"}));
-}
-
-TEST(AbiLifecycle, NullArgumentsAreIgnoredAndInitLogsReadiness) {
-    CTempHome home;
-    CHostModule host;
-    ASSERT_NE(host.module, nullptr);
-    const auto lines = CLogCapture::Take();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines.back(), (SLogLine{L"Module initialized", false}));
-
-    CMPacket packet{};
-    host.process(nullptr, &packet);
-    host.process(host.module, nullptr);
-    host.release(nullptr);
-    EXPECT_EQ(packet.response, nullptr);
 }
 
 std::atomic<bool> gCallEntered{false};
@@ -123,12 +111,15 @@ TEST(AbiExchange, AnswersAreByteExact) {
          R"({"errorCode":16263,"errorMessage":"ERROR Connection error"})"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
         const SAnswer answer = host.Call(c.request, c.isLocal);
-        EXPECT_EQ(answer.json, c.expected);
-        EXPECT_EQ(answer.responseSize, answer.json.size());  // no data follows: the NUL is not counted
+        EXPECT_EQ(answer.json, c.expected) << c.label;
+        EXPECT_EQ(answer.responseSize, answer.json.size()) << c.label;  // no data follows: no NUL counted
     }
-    CMPacket packet{};  // no request text at all
+    CMPacket packet{};  // null arguments are ignored; no request text at all is no JSON
+    host.process(nullptr, &packet);
+    host.process(host.module, nullptr);
+    host.release(nullptr);
+    EXPECT_EQ(packet.response, nullptr);
     packet.requestLength = 10;
     host.process(host.module, &packet);
     EXPECT_EQ(CHostModule::Split(packet).json, kBadJson);
@@ -137,19 +128,102 @@ TEST(AbiExchange, AnswersAreByteExact) {
 TEST(AbiLogging, LinesOfOneCallArriveInOrder) {
     CTempHome home;
     CHostModule host;
-    CLogCapture::Clear();
+    CLogScope::Clear();
     host.Ask(R"({"mode":37,"clientId":"host-1"})");
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false},
-                                                          {L"> EnumStore", false},
-                                                          {L"StoreAddress received", false},
-                                                          {L"<", false}}));
+    EXPECT_EQ(CLogScope::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false},
+                                                        {L"> EnumStore", false},
+                                                        {L"StoreAddress received", false},
+                                                        {L"<", false}}));
 
     host.Ask(R"({"mode":37,"clientId":"host-1","test":true})");
-    EXPECT_EQ(CLogCapture::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
+    EXPECT_EQ(CLogScope::Take(), (std::vector<SLogLine>{{L"clientId =  host-1", false}}));
 
     host.Ask(R"({"mode":)");
-    EXPECT_EQ(CLogCapture::Take(),
+    EXPECT_EQ(CLogScope::Take(),
               (std::vector<SLogLine>{{L": CryptoModule:95", true}, {L": ERROR Error parsing JSON.", true}}));
+}
+
+const char kUnknownModeRu[] = R"({"errorCode":16303,"errorMessage":"ERROR Метод не поддерживается."})";
+const std::wstring kReadError =
+    L"Error reading config file: Failed to read config file. Error message:\r\n\r\n";
+const std::wstring kDefaultsUsed = L"\r\n\r\nUsing default parameter values";
+
+const struct {
+    const char* file;  // "[Service settings]" lines; null: no file
+    bool serviceMode;
+    std::wstring errorLine;  // the one error line of CM_Init; empty: none
+    bool russian;
+    bool remoteKeyAccess;
+    bool logsData;  // "Request filedata : ..." (LogMode 3)
+} kConfigCases[] = {
+    {nullptr, true, L"", false, false, false},
+    {nullptr, false, kReadError + L"Failed to open(create) configuration file" + kDefaultsUsed, false, false,
+     false},
+    {"Language=ru", true, L"", true, false, false},
+    {"AllowRemotePrivateKeyAccess=1", true, L"", false, true, false},
+    {"LogMode=3", true, L"", false, false, true},
+    // LogMode comes before HttpPort in the key table, Language after it.
+    {"Language=ru\nHttpPort=abc\nLogMode=3", false, kReadError + L"stoi" + kDefaultsUsed, false, false,
+     true}};
+
+TEST(AbiConfig, TheFileDecidesLanguageKeyAccessAndLogging) {
+    for (const auto& c : kConfigCases) {
+        SCOPED_TRACE(std::string(c.file == nullptr ? "no file" : c.file) +
+                     (c.serviceMode ? ", service" : ""));
+        CTempHome home;
+        if (c.file != nullptr) {
+            home.WriteConfig(std::string("[Service settings]\n") + c.file + "\n");
+        }
+        CHostModule host(c.serviceMode);
+        ASSERT_NE(host.module, nullptr);
+        std::vector<SLogLine> lines = CLogScope::Take();
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back(),
+                  (SLogLine{c.russian ? L"Модуль инициализирован" : L"Module initialized", false}));
+        lines.erase(std::remove_if(lines.begin(), lines.end(), [](const SLogLine& l) { return !l.isError; }),
+                    lines.end());
+        EXPECT_EQ(lines, (c.errorLine.empty() ? std::vector<SLogLine>()
+                                              : std::vector<SLogLine>{{c.errorLine, true}}));
+        EXPECT_EQ(host.Ask(R"({"mode":11})", false), c.remoteKeyAccess
+                                                         ? R"({"errorCode":0,"errorMessage":"DONE"})"
+                                                         : R"({"errorCode":50,"errorMessage":""})");
+        CLogScope::Clear();
+        host.Ask(R"({"mode":11,"fileData":"QUJD"})");
+        lines = CLogScope::Take();
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), SLogLine{L"Request filedata : QUJD", false}),
+                  c.logsData);
+        EXPECT_EQ(host.Ask(R"({"mode":99})"), c.russian ? kUnknownModeRu : kNoMethod);
+    }
+}
+
+std::vector<std::wstring> gSecondModuleLines;
+
+TEST(AbiConfig, TwoModulesKeepTheirOwnLogAndLanguage) {
+    CTempHome home;
+    home.WriteConfig("[Service settings]\nLanguage=ru\n");
+    CHostModule russian;
+    home.WriteConfig("[Service settings]\nLanguage=en\n");
+    void* english = russian.init(true, [](const wchar_t* text, bool) {
+        gSecondModuleLines.emplace_back(text);
+        return true;
+    });
+    ASSERT_NE(english, nullptr);
+    CLogScope::Clear();
+    EXPECT_EQ(russian.Ask(R"({"mode":99,"clientId":"r"})"), kUnknownModeRu);
+    CMPacket packet{};
+    const std::string request = WithNul(R"({"mode":99,"clientId":"e"})");
+    packet.request = request.data();
+    packet.requestLength = static_cast<uint32_t>(request.size());
+    russian.process(english, &packet);
+    EXPECT_EQ(CHostModule::Split(packet).json, kNoMethod);
+    russian.release(english);
+    // The second module's lines, even its start and end, never reached the first one's callback.
+    russian.Ask(R"({"mode":99,"clientId":"r2"})");
+    EXPECT_EQ(CLogScope::Take(),
+              (std::vector<SLogLine>{
+                  {L"clientId =  r", false}, {L"<", false}, {L"clientId =  r2", false}, {L"<", false}}));
+    EXPECT_EQ(gSecondModuleLines.front(), L"Module initialized");
+    EXPECT_EQ(gSecondModuleLines.back(), L"<");
 }
 
 }  // namespace

@@ -70,16 +70,15 @@ TEST_F(SigningTest, SigningVariantsAndFailures) {
     const std::string signedJson = Sign("123456789", &xml, R"(,"comment":"Договор №5","uri":"urn:doc:5")");
     EXPECT_EQ(signedJson,
               R"({"errorCode":0,"errorMessage":"DONE","fileDataSize":)" + std::to_string(xml.size()) + "}");
-    EXPECT_NE(Masked(xml).find("<Surname>Смирнова</Surname>\n        <GivenName>Алиса</GivenName>\n"),
-              std::string::npos);
-    EXPECT_NE(
-        Masked(xml).find(
+    EXPECT_THAT(Masked(xml),
+                HasSubstr("<Surname>Смирнова</Surname>\n        <GivenName>Алиса</GivenName>\n"));
+    EXPECT_THAT(
+        Masked(xml),
+        HasSubstr(
             "</Certificate>\n    <EDS>\n        <SignId>*</SignId>\n        <SignTimeUTC>*</SignTimeUTC>\n"
             "        <Comment>Договор №5</Comment>\n        <URI>urn:doc:5</URI>\n"
             "        <CRC Set=\"st_1\">" +
-            B64("7800480153909949255") + "</CRC>\n    </EDS>\n</SES>\n"),
-        std::string::npos)
-        << xml;
+            B64("7800480153909949255") + "</CRC>\n    </EDS>\n</SES>\n"));
 
     // Each answer, followed by the container it carries, holds the expected text.
     const std::pair<const char*, std::string> cases[] = {
@@ -111,7 +110,7 @@ TEST_F(SigningTest, SigningVariantsAndFailures) {
             ca::Base64Decode(data.c_str(), out, size);
             text.append(reinterpret_cast<const char*>(out.get()), size);
         }
-        EXPECT_NE(text.find(needle), std::string::npos) << answer;
+        EXPECT_THAT(text, HasSubstr(needle));
     }
 }
 
@@ -172,7 +171,7 @@ TEST_F(SigningTest, SignatureInfoAndType) {
     EXPECT_EQ(Member(info, "errorCode"), "0");
     for (const char* needle : {R"("VerifyResult":"DONE Valid ")", R"("Comment":"c1")", R"("Id":"alice")",
                                R"(],"isAttached":false})"}) {
-        EXPECT_NE(info.find(needle), std::string::npos) << needle << "\n" << info;
+        EXPECT_THAT(info, HasSubstr(needle));
     }
     EXPECT_EQ(host->Ask(R"({"mode":57,"signatures":["QQ==","","QUI="]})"),
               R"({"errorCode":0,"errorMessage":"DONE","signInfoArray":[[],[],[]]})");

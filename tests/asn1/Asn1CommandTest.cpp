@@ -1,10 +1,6 @@
-// "sestool asn1" run as a child process over DER, PEM and broken files in a temporary folder.
+// "sestool asn1" run as a child process over DER, PEM and broken files.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <sstream>
 
 #include "base/Encode.h"
@@ -13,29 +9,20 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using Asn1Command = CToolTest;
 
-TEST(Asn1Command, OutputAndExitCodeForEachInput) {
-    std::string pattern = (fs::temp_directory_path() / "asn1-command-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    const fs::path dir = pattern;
+TEST_F(Asn1Command, OutputAndExitCodeForEachInput) {
     const std::vector<uint8_t> der = asn1test::Cert("isrg_x2_ec.der");
     const std::vector<uint8_t> json = asn1test::Cert("isrg_x2_ec.json");
     const std::string dump(json.begin(), json.end());
-    const std::string base64 = ca::Base64Encode(der.data(), static_cast<uint32_t>(der.size()));
-    std::string pem = base64;
+    std::string pem = ca::Base64Encode(der.data(), static_cast<uint32_t>(der.size()));
     for (size_t at = 64; at < pem.size(); at += 65) {
         pem.insert(at, "\n");
     }
-    const std::map<std::string, std::string> files = {
-        {"cert.der", std::string(der.begin(), der.end())},
-        {"cert.pem", "-----BEGIN CERTIFICATE-----\n" + pem + "\n-----END CERTIFICATE-----\n"},
-        {"two.der", std::string("\x02\x01\x01\x05\x00", 5)},
-        {"cut.der", "\x30"},
-    };
-    for (const auto& [name, bytes] : files) {
-        std::ofstream(dir / name, std::ios::binary) << bytes;
-    }
+    File("cert.der", std::string(der.begin(), der.end()));
+    File("cert.pem", "-----BEGIN CERTIFICATE-----\n" + pem + "\n-----END CERTIFICATE-----\n");
+    File("two.der", std::string("\x02\x01\x01\x05\x00", 5));
+    File("cut.der", "\x30");
     const std::string integer =
         R"j({"structure":{"tag":2,"formattedStringValue":"1","tagString":"02 INTEGER(PRIMITIVE)",)j"
         R"j("length":3,"offset":0,"isUnknownLength":false,"corrupted":false}})j";
@@ -68,14 +55,13 @@ TEST(Asn1Command, OutputAndExitCodeForEachInput) {
             args.push_back(word);
         }
         if (args.size() > 1) {
-            args.back() = (dir / args.back()).string();
+            args.back() = home.Path() + "/" + args.back();
         }
-        const SToolRun run = RunSestool(dir.string(), args);
+        const SToolRun run = Run(args);
         EXPECT_EQ(run.exitCode, c.exitCode) << run.err;
         EXPECT_EQ(run.out, c.out);
-        EXPECT_NE(run.err.find(c.err), std::string::npos) << run.err;
+        EXPECT_THAT(run.err, HasSubstr(c.err));
     }
-    fs::remove_all(dir);
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 
 namespace {
 
-using asn1test::CodeOf;
 using asn1test::FromHex;
 using asn1test::SParsed;
 
@@ -95,11 +94,10 @@ TEST(Asn1Structure, MissingOrWrongMandatoryMembersAreLogged) {
         {"31 0F 300B06092A864886F70D01010B 0500", &DecodeCode<CAsn1SetOf<CAsn1AlgorithmIdentifier>>, 537},
         {"3100", &DecodeCode<CAsn1Sequence>, 0},  // another tag: refused before anything is logged
     };
-    const asn1test::CLogScope log;
+    const CLogScope log;
     for (const auto& [hex, decode, line] : cases) {
         EXPECT_EQ(decode(hex), ca::kAsn1BadTag) << hex;
-        EXPECT_EQ(asn1test::CLogScope::First(),
-                  line == 0 ? L"" : L": CryptAsn1Base.h:" + std::to_wstring(line))
+        EXPECT_EQ(asn1test::FirstLogLine(), line == 0 ? L"" : L": CryptAsn1Base.h:" + std::to_wstring(line))
             << hex;
     }
     EXPECT_EQ(DecodeCode<CTestRequired>("3003820105"), 0u);

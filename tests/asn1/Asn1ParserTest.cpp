@@ -11,7 +11,6 @@
 namespace {
 
 using asn1test::CInput;
-using asn1test::CLogScope;
 using asn1test::FromHex;
 using asn1test::ParseCode;
 using asn1test::SParsed;
@@ -50,13 +49,13 @@ TEST(Asn1BlockParse, EachInputShapeGivesItsCodeAndLogsItsSite) {
     for (const auto& [hex, line] : cases) {
         SCOPED_TRACE(hex);
         EXPECT_EQ(ParseCode(CInput(FromHex(hex))), line == 0 ? 0 : kEnd);
-        const auto lines = CLogCapture::Take();
+        const auto lines = CLogScope::Take();
         if (line != 0) {
             ASSERT_EQ(lines.size(), 2u);
             EXPECT_EQ(lines[0], (SLogLine{L": CryptAsn1Base:" + std::to_wstring(line), true}));
         }
         EXPECT_EQ(ParseCode(CInput(FromHex(hex)), true), 0u);  // quietly: not an error, nothing logged
-        for (const SLogLine& quiet : CLogCapture::Take()) {
+        for (const SLogLine& quiet : CLogScope::Take()) {
             EXPECT_FALSE(quiet.isError);
         }
     }
@@ -70,11 +69,11 @@ TEST(Asn1BlockParse, OverrunMarksTheParentCorruptedOrFailsWhenStrict) {
     EXPECT_FALSE(parsed.First()->IsCanonical());  // written back, it would differ
     EXPECT_FALSE(parsed.parser.GetInnerBlock(1)->isCorrupted);
     const SLogLine event{L"Поврежденные asn.1 данные в смещении 0", false};
-    EXPECT_EQ(CLogCapture::Take(), std::vector<SLogLine>{event});
+    EXPECT_EQ(CLogScope::Take(), std::vector<SLogLine>{event});
     EXPECT_EQ(ParseCode(CInput(parsed.input.bytes()), false, true), kCorrupt);
-    EXPECT_EQ(CLogCapture::Take().at(1), (SLogLine{L": CryptAsn1Base:252", true}));
+    EXPECT_EQ(CLogScope::Take().at(1), (SLogLine{L": CryptAsn1Base:252", true}));
     EXPECT_EQ(ParseCode(CInput(parsed.input.bytes()), true, true), kCorrupt);  // not a truncation: not quiet
-    EXPECT_EQ(CLogCapture::Take(), std::vector<SLogLine>{event});
+    EXPECT_EQ(CLogScope::Take(), std::vector<SLogLine>{event});
 }
 
 TEST(Asn1BlockParse, NestingIsBoundedAt64Levels) {
@@ -100,7 +99,7 @@ TEST(Asn1BlockParse, QuietTruncationKeepsWhatWasReadAndBuildReportsIt) {
 
     const CLogScope log;
     EXPECT_EQ(parser.Build(), FromHex("30 05 020105 0200"));  // the cut child as far as it was read
-    EXPECT_EQ(CLogScope::First(), L": CryptAsn1Base:92");
+    EXPECT_EQ(asn1test::FirstLogLine(), L": CryptAsn1Base:92");
     std::vector<uint8_t> out(parser.GetTotalLength());
     EXPECT_EQ(parser.Build(out.data()), out.size());
     EXPECT_EQ(out, FromHex("30 05 020105 0200"));
@@ -136,13 +135,13 @@ TEST(Asn1BlockParse, WrittenBackWithMinimalLengths) {
 }
 
 TEST(Asn1BlockParse, FirstBlockOnlyLeavesTheRest) {
-    SetVALKOLng(L"en");
+    const CLanguageScope english(L"en");
     const CLogScope log;
     CInput input(FromHex("020101 0500"));
     CCryptAsn1Parser parser;
     parser.Parse(input.data(), input.size(), false, false, true);
     EXPECT_EQ(parser.GetInnerBlockCount(), 1u);
-    EXPECT_EQ(CLogScope::First(), L"The unprocessed data remained after the first block ASN1.");
+    EXPECT_EQ(asn1test::FirstLogLine(), L"The unprocessed data remained after the first block ASN1.");
 }
 
 TEST(Asn1BlockPath, LooksUpChildIndexesTagsAndContextIndexes) {
@@ -187,7 +186,7 @@ TEST(Asn1BlockWrite, DetachedBlocksAreSkippedAndImportsCopyDeep) {
     EXPECT_EQ(out, FromHex("31 05 30 03 02 01 02"));
     for (const size_t capacity : {size_t{5}, size_t{6}}) {  // the bounded form stops in a header, a content
         position = 0;
-        EXPECT_EQ(asn1test::CodeOf([&] { holder.GetAsn1Data(out.data(), capacity, &position); }), kCorrupt);
+        EXPECT_EQ(CodeOf([&] { holder.GetAsn1Data(out.data(), capacity, &position); }), kCorrupt);
     }
 }
 

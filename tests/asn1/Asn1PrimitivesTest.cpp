@@ -11,7 +11,6 @@
 
 namespace {
 
-using asn1test::CodeOf;
 using asn1test::FromHex;
 using asn1test::SParsed;
 

@@ -15,7 +15,6 @@
 #include "asn1/CryptAsn1Parser.h"
 #include "base/ErrorCodes.h"
 #include "base/Exception.h"
-#include "base/Log.h"
 #include "tests/support/TestSupport.h"
 
 namespace asn1test {
@@ -48,17 +47,6 @@ private:
     std::unique_ptr<uint8_t[]> _data;
 };
 
-// CodeOf runs f and returns the code of the ca::Exception it throws (0: none).
-template <class F>
-uint32_t CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const ca::Exception& e) {
-        return e.code;
-    }
-    return 0;
-}
-
 // ParseCode parses bytes and returns the code thrown (0: parsed).
 inline uint32_t ParseCode(CInput input, bool stopQuietly = false, bool strict = false) {
     CCryptAsn1Parser parser;
@@ -76,19 +64,11 @@ struct SParsed {
     CCryptAsn1Parser parser;
 };
 
-// CLogScope captures the log lines of its lifetime (CLogCapture::Take reads them).
-struct CLogScope {
-    CLogScope() {
-        LogInit(&CLogCapture::CaptureLogLine, {});
-        CLogCapture::Clear();
-    }
-    ~CLogScope() { LogInit(nullptr, {}); }
-    // First is the text of the first line since the last call ("" for none).
-    static std::wstring First() {
-        const auto lines = CLogCapture::Take();
-        return lines.empty() ? std::wstring() : lines[0].text;
-    }
-};
+// FirstLogLine is the text of the first line a CLogScope caught since the last call ("" for none).
+inline std::wstring FirstLogLine() {
+    const auto lines = CLogScope::Take();
+    return lines.empty() ? std::wstring() : lines[0].text;
+}
 
 // ReadFile returns the bytes of a file (none when it cannot be read).
 inline std::vector<uint8_t> ReadFile(const std::string& path) {

@@ -33,8 +33,7 @@ TEST(Base64Decode, LenientScanRules) {
         {"QUJD=REVG", "ABC"},  // everything after "=" is ignored
         {"====", "#16118"},   {"*", "#16118"}, {"\r\n", "#16118"}, {"Q", "#16118"}};
     for (const auto& [text, expected] : cases) {
-        SCOPED_TRACE(text);
-        EXPECT_EQ(Decoded(text), expected);
+        EXPECT_EQ(Decoded(text), expected) << text;
     }
     // Empty text: size 0, the old buffer left in place.
     ca::MallocPtr out = ca::CopyBlob(reinterpret_cast<const uint8_t*>("x"), 1);
@@ -83,8 +82,7 @@ TEST(DecodeBase64IfNeeded, ArmouredAndBarePayloads) {
         {"judged up to the first NUL", std::string("QUJD\0\xff\xfe", 7), cert, "ABC"},
         {"padding only", "====", cert, "#16118"}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
-        EXPECT_EQ(Decoded(c.payload, &c.tokens), c.expected);
+        EXPECT_EQ(Decoded(c.payload, &c.tokens), c.expected) << c.label;
     }
 }
 

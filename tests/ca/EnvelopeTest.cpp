@@ -9,12 +9,7 @@ namespace {
 // Read parses text (JSON, then NUL and bytes when given) into record and returns the code thrown, or 0.
 template <typename T>
 uint32_t Read(T& record, std::string text) {
-    try {
-        record.FromJson(text.data(), static_cast<uint32_t>(text.size()));
-    } catch (const ca::Exception& e) {
-        return e.code;
-    }
-    return 0;
+    return CodeOf([&] { record.FromJson(text.data(), static_cast<uint32_t>(text.size())); });
 }
 
 std::string FileText(const ca::SerializableContainer& container) {

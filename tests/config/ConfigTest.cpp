@@ -10,6 +10,7 @@
 #include "base/Lng.h"
 #include "ca/CryptPacket.h"
 #include "config/ConfigFileParser.h"
+#include "config/InitStringParser.h"
 #include "config/Network.h"
 #include "config/PKIConfigFileParser.h"
 #include "module/ClientContext.h"
@@ -18,15 +19,6 @@
 #include "tests/support/TestSupport.h"
 
 namespace {
-
-std::string ConfigPath(const CTempHome& home) {
-    return home.Path() + "/.config/OruCryptoSvc/OruCryptoSvcConfig.ini";
-}
-
-void WriteConfig(const CTempHome& home, const std::string& text) {
-    ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruCryptoSvc"));
-    ASSERT_TRUE(ca::StringToFile(ConfigPath(home), text));
-}
 
 // FromJson is a configuration with the members of a JSON text and defaults for the rest.
 ca::ConfigFileParser FromJson(const std::string& text) {
@@ -85,7 +77,7 @@ TEST(ConfigRead, FileTextsGiveValues) {
         CTempHome home;
         CLanguageScope language(L"en");
         if (c.file != nullptr) {
-            WriteConfig(home, c.file);
+            home.WriteConfig(c.file);
         }
         ca::ConfigFileParser config;
         config.logMode = 3;  // reading starts from the defaults
@@ -94,7 +86,7 @@ TEST(ConfigRead, FileTextsGiveValues) {
         EXPECT_EQ(error, c.error);
         EXPECT_EQ(Json(config), Json(FromJson(c.changed)));
         EXPECT_EQ(GetVALKOLng(), c.language);
-        EXPECT_EQ(ca::ConfigFileParser::GetConfigPath(), ca::u8u16(ConfigPath(home)));
+        EXPECT_EQ(ca::ConfigFileParser::GetConfigPath(), ca::u8u16(home.ConfigPath()));
     }
 }
 
@@ -102,7 +94,7 @@ TEST(ConfigRead, MissingDllsAreReportedWithoutFailing) {
     CTempHome home;
     const std::string present = home.Path() + "/ext.so";
     ASSERT_TRUE(ca::StringToFile(present, "x"));
-    WriteConfig(home, "[Dll extensions]\n1=" + present + "\n2=/nonexistent/a.so\n3=" + home.Path() + "\n");
+    home.WriteConfig("[Dll extensions]\n1=" + present + "\n2=/nonexistent/a.so\n3=" + home.Path() + "\n");
     ca::ConfigFileParser config;
     std::wstring error;
     EXPECT_TRUE(config.ReadConfig(error, true));
@@ -154,7 +146,7 @@ TEST(ConfigWrite, FileAndJsonReadBackTheSameValues) {
     EXPECT_EQ(Json(read), Json(written));
     EXPECT_EQ(Json(FromJson(Json(written))), Json(written));
     struct stat info {};
-    ASSERT_EQ(stat(ConfigPath(home).c_str(), &info), 0);
+    ASSERT_EQ(stat(home.ConfigPath().c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0077, 0u);  // passwords inside
 }
 
@@ -163,7 +155,7 @@ TEST(ConfigWrite, HeaderLineCarriesTheSha1OfTheRestAndIsSkipped) {
     std::wstring error;
     ASSERT_TRUE(ca::ConfigFileParser().WriteConfigFile(error));
     std::string text;
-    ASSERT_TRUE(ca::FileToString(ConfigPath(home), text));
+    ASSERT_TRUE(ca::FileToString(home.ConfigPath(), text));
     const std::string prefix = "# SHA-1 of the lines below: ";
     ASSERT_GT(text.size(), prefix.size() + 41);
     EXPECT_EQ(text.substr(0, prefix.size()), prefix);
@@ -192,7 +184,7 @@ TEST(ConfigWrite, LineBreaksAndUnwritableFoldersAreRefused) {
     config.customErrorHandlers = {L"a\rb"};
     EXPECT_FALSE(config.WriteConfigFile(error));
     EXPECT_EQ(error, L"Custom error handlers");
-    EXPECT_FALSE(ca::IsRegularFile(ConfigPath(home)));
+    EXPECT_FALSE(ca::IsRegularFile(home.ConfigPath()));
 
     ASSERT_TRUE(ca::StringToFile(home.Path() + "/.config", "a file where the folder should be"));
     EXPECT_FALSE(ca::ConfigFileParser().WriteConfigFile(error));
@@ -200,24 +192,16 @@ TEST(ConfigWrite, LineBreaksAndUnwritableFoldersAreRefused) {
         << ca::u16u8(error);
 }
 
+// The keys follow the table, as the file's lines do; the lists come last.
 TEST(ConfigJson, DefaultsInTableOrderWrongTypesThrowOutOfRangeIsIgnored) {
-    EXPECT_EQ(
-        Json(ca::ConfigFileParser()),
-        R"({"LogMode":0,"LogFile":"OruCryptoSvc.log","ShowTrayIcon":true,"IgnoreUnknownRevocationStatus":false,)"
-        R"("ForceCRLDownload":false,"UseOnlyCustomCDPs":false,"AllowServicePrivateKeyAccess":false,)"
-        R"("AllowRemotePrivateKeyAccess":false,"RedirectUrl":"","EnableHttp":true,"EnableDedicatedHttpPort":true,)"
-        R"("EnableDedicatedHttpsPort":false,"EnableHttps":false,"HttpPort":8080,"HttpsPort":8081,)"
-        R"("EnableAuth":false,"CheckSignCertExpired":true,"FullCheckSignCert":false,)"
-        R"("AllowRemoteServerStoragesAccess":false,"AuthUsername":"","AuthPassword":"","CheckOCSP":false,)"
-        R"("OCSPFileName":"","ProxyLogin":"","ProxyPassword":"","ProxyAddress":"","ProxyPort":80,)"
-        R"("ProxyType":0,"OCSPTimeout":30000,"TSPTimeout":30000,"GeneralTimeout":30000,"CRLTimeout":30000,)"
-        R"("UnloadPFXAfterUsage":true,"DefaultModule":"","Language":"","CertManUrl":"","EnableCertMan":false,)"
-        R"("TSPUrl":"","CertInclude":2,"Dll extensions":[],"Custom CDP list":[],"Custom error handlers":[]})");
+    const std::string defaults = Json(ca::ConfigFileParser());
+    EXPECT_THAT(defaults, StartsWith(R"({"LogMode":0,"LogFile":"OruCryptoSvc.log","ShowTrayIcon":true,)"));
+    EXPECT_THAT(defaults, ::testing::EndsWith(R"("CertInclude":2,"Dll extensions":[],"Custom CDP list":[],)"
+                                              R"("Custom error handlers":[]})"));
     for (const char* text : {R"([])", R"({"LogMode":"1"})", R"({"LogMode":1.5})", R"({"LogMode":4294967295})",
                              R"({"ShowTrayIcon":1})", R"({"LogFile":1})", R"({"Dll extensions":"x"})",
                              R"({"Custom CDP list":[1]})"}) {
-        SCOPED_TRACE(text);
-        EXPECT_EQ(CodeOf([text] { FromJson(text); }), ca::kJsonError);
+        EXPECT_EQ(CodeOf([text] { FromJson(text); }), ca::kJsonError) << text;
     }
     EXPECT_EQ(Json(FromJson(R"({"LogMode":7,"ProxyPort":0,"HttpPort":-1,"Unknown":true})")),
               Json(ca::ConfigFileParser()));
@@ -241,9 +225,9 @@ TEST(ConfigJson, RequestCarriesConfigAndPKIConfig) {
 
 TEST(ConfigModule, ValuesReachTheInitStringAndTheHttpClient) {
     CTempHome home;
-    WriteConfig(home,
-                "[Service settings]\nProxyLogin=user\nProxyPassword=secret\nProxyAddress=proxy.test\n"
-                "ProxyPort=3128\nProxyType=2\nTSPTimeout=1234\nGeneralTimeout=1500\n");
+    home.WriteConfig(
+        "[Service settings]\nProxyLogin=user\nProxyPassword=secret\nProxyAddress=proxy.test\n"
+        "ProxyPort=3128\nProxyType=2\nTSPTimeout=1234\nGeneralTimeout=1500\n");
     const ca::HttpSettings before = ca::Http::Settings();
     CSesModule module(true);
     ASSERT_TRUE(module.ReadConfig());
@@ -259,6 +243,102 @@ TEST(ConfigModule, ValuesReachTheInitStringAndTheHttpClient) {
     packet.request.clientId = L"c";
     const CCallContext call(packet, module, module.contexts);
     EXPECT_EQ(call.initString, L"TSP_INET_TIMEOUT=1234;SERVICE_MODE=TRUE;");
+}
+
+std::string PkiPath(const CTempHome& home) { return home.Path() + "/.config/OruPKISvc/OruPKISvcConfig.json"; }
+
+// Fields shows the values as "LogMode|LogFileName|HttpPort|Language".
+std::wstring Fields(const ca::PKIConfigFileParser& config) {
+    return std::to_wstring(config.logMode) + L"|" + config.logFileName + L"|" +
+           std::to_wstring(config.httpPort) + L"|" + config.language;
+}
+
+TEST(PKIConfig, FileTextsGiveValuesAndTheLanguage) {
+    const struct {
+        const char* label;
+        const char* file;  // null: no file
+        const wchar_t* before;
+        bool ok;
+        const wchar_t* fields;
+        uint32_t language;  // afterwards
+    } cases[] = {{"missing file", nullptr, L"en", false, L"0|OruPKISvc.log|18503|Ru", kLangEnglish},
+                 {"broken JSON", "{\"LogMode\":1", L"en", false, L"0|OruPKISvc.log|18503|Ru", kLangEnglish},
+                 {"no object", "[1]", L"en", false, L"0|OruPKISvc.log|18503|Ru", kLangEnglish},
+                 {"empty object: the default Ru selects Russian", "{}", L"en", true,
+                  L"0|OruPKISvc.log|18503|Ru", kLangRussian},
+                 {"mistyped members keep their defaults",
+                  R"({"LogMode":true,"HttpPort":"1","LogFileName":1,"Language":null})", L"en", true,
+                  L"0|OruPKISvc.log|18503|Ru", kLangRussian},
+                 {"all members", R"({"LogMode":2,"LogFileName":"журнал.log","HttpPort":1,"Language":"en"})",
+                  L"ru", true, L"2|журнал.log|1|en", kLangEnglish}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        CLanguageScope language(c.before);
+        CTempHome home;
+        if (c.file != nullptr) {
+            ASSERT_TRUE(ca::TryCreateDir(home.Path() + "/.config/OruPKISvc"));
+            ASSERT_TRUE(ca::StringToFile(PkiPath(home), c.file));
+        }
+        ca::PKIConfigFileParser config;
+        config.httpPort = 5;  // reading starts from the defaults
+        EXPECT_EQ(config.ReadConfig(), c.ok);
+        EXPECT_EQ(Fields(config), c.fields);
+        EXPECT_EQ(config.configDir, ca::u8u16(home.Path()) + L"/.config/OruPKISvc");
+        EXPECT_EQ(GetVALKOLng(), c.language);
+    }
+}
+
+TEST(PKIConfig, WriteCreatesTheFolderAndReadsBack) {
+    CTempHome home;
+    CLanguageScope language;
+    ca::PKIConfigFileParser written;
+    written.logMode = 3;
+    written.logFileName = L"pki \"log\".txt";
+    written.httpPort = 443;
+    written.language = L"en";
+    ASSERT_TRUE(written.WriteConfig());
+    std::string text;
+    ASSERT_TRUE(ca::FileToString(PkiPath(home), text));
+    EXPECT_EQ(
+        text,
+        "{\n    \"LogMode\": 3,\n    \"LogFileName\": \"pki \\\"log\\\".txt\",\n    \"HttpPort\": 443,\n"
+        "    \"Language\": \"en\"\n}\n");
+    ca::PKIConfigFileParser read;
+    EXPECT_TRUE(read.ReadConfig());
+    EXPECT_EQ(Fields(read), Fields(written));
+}
+
+using P = ca::InitStringParameter;
+
+TEST(InitStringParser, KnownAndOtherNames) {
+    const struct {
+        const wchar_t* text;
+        P parameter;
+        const wchar_t* expected;  // null: not given
+    } cases[] = {{L"DESCRIPTIONFORMAT=\"%SN %G\";", P::DESCRIPTIONFORMAT, L"%SN %G"},
+                 {L"cert_filter= \"a b\" ;", P::CERT_FILTER, L"a b"},
+                 {L"FORCE_CERTINCLUDE=1;FORCE_CERTINCLUDE=0;", P::FORCE_CERTINCLUDE, L"1"},
+                 {L"MODULE=ses", P::LDAP_FILTER, nullptr},
+                 {L"MODULE=ses", P::MODULE, L"ses"},
+                 {L"LDAP_FILTER=(cn=x=y)", P::LDAP_FILTER, L"(cn=x=y)"},  // split at the first "="
+                 {L"NOEQUALS;MODULE=;=x;", P::MODULE, L""},
+                 {L";;;", P::MODULE, nullptr},
+                 {L"", P::CERT_FILTER, nullptr}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        std::wstring value = L"unchanged";
+        EXPECT_EQ(ca::InitStringParser(c.text).Lookup(c.parameter, value), c.expected != nullptr);
+        EXPECT_EQ(value, c.expected != nullptr ? c.expected : L"unchanged");
+    }
+    const ca::InitStringParser parser(L"CERT_FILTER=x;TSP_INET_TIMEOUT=30000;service_mode=TRUE;");
+    std::wstring value;
+    EXPECT_TRUE(parser.LookupStr(L"TSP_INET_TIMEOUT", value));
+    EXPECT_EQ(value, L"30000");
+    EXPECT_TRUE(parser.LookupStr(L"SERVICE_MODE", value));
+    EXPECT_EQ(value, L"TRUE");
+    EXPECT_FALSE(parser.LookupStr(L"service_mode", value));  // stored upper-case, matched exactly
+    EXPECT_FALSE(parser.LookupStr(L"CERT_FILTER", value));   // a known name lives in the other map
+    EXPECT_FALSE(ca::InitStringParser(nullptr).LookupStr(L"X", value));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "base/Encode.h"
 #include "module/ClientContext.h"
 #include "module/SesModule.h"
 #include "tests/support/TestSupport.h"
@@ -45,56 +46,47 @@ TEST(ClientContexts, IdleContextsGoAtTheHourlySweep) {
     EXPECT_EQ(contexts.Count(), 1u);
 }
 
-TEST(CallContext, InitStringAndValues) {
+TEST(CallContext, InitStringContextAndBadForceCertInclude) {
     const struct {
         bool serviceMode;
+        uint32_t mode;  // 37 with "test": a probe
         const wchar_t* ext;
-        const wchar_t* initString;
+        const wchar_t* initString;  // null: no context acquired; "!": refused as a bad request
         int32_t force;
     } cases[] = {
-        {true, L"CERT_FILTER=x", L"CERT_FILTER=x;TSP_INET_TIMEOUT=30000;SERVICE_MODE=TRUE;", 0},
-        {false, L"FORCE_CERTINCLUDE=7;", L"FORCE_CERTINCLUDE=7;TSP_INET_TIMEOUT=30000;", 7},
-        {false, L"", L"TSP_INET_TIMEOUT=30000;", 0},
+        {true, 37, L"CERT_FILTER=x", L"CERT_FILTER=x;TSP_INET_TIMEOUT=30000;SERVICE_MODE=TRUE;", 0},
+        {false, 37, L"FORCE_CERTINCLUDE=7;", L"FORCE_CERTINCLUDE=7;TSP_INET_TIMEOUT=30000;", 7},
+        {false, 38, L"", L"TSP_INET_TIMEOUT=30000;", 0},
+        // Probes and the context-free modes acquire nothing.
+        {true, 11, L"", nullptr, 0},
+        {true, 24, L"", nullptr, 0},
+        {true, 42, L"", nullptr, 0},
+        {true, 43, L"", nullptr, 0},
+        {true, 37, L"test", nullptr, 0},
+        {true, 38, L"FORCE_CERTINCLUDE=abc", L"!", 0},
+        {true, 38, L"FORCE_CERTINCLUDE=99999999999", L"!", 0},
+        {true, 38, L"FORCE_CERTINCLUDE=", L"!", 0},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.ext);
+        SCOPED_TRACE(std::to_string(c.mode) + " " + ca::u16u8(c.ext));
         CSesModule module(c.serviceMode);
         ca::CryptPacket packet;
-        packet.request.mode = 37;
+        packet.request.mode = c.mode;
+        packet.request.test = std::wstring(c.ext) == L"test";
         packet.request.clientId = L"c";
-        packet.request.extInitParams = c.ext;
+        packet.request.extInitParams = packet.request.test ? L"" : c.ext;
+        if (c.initString != nullptr && std::wstring(c.initString) == L"!") {
+            EXPECT_EQ(CodeOf([&] { const CCallContext call(packet, module, module.contexts); }),
+                      ca::kJsonError);
+            EXPECT_EQ(packet.callContext, nullptr);
+            continue;
+        }
         const CCallContext call(packet, module, module.contexts);
         EXPECT_EQ(packet.callContext, &call);
-        EXPECT_EQ(call.initString, c.initString);
+        EXPECT_EQ(call.initString, c.initString == nullptr ? L"" : c.initString);
         EXPECT_EQ(call.forceCertInclude, c.force);
-        EXPECT_NE(call.context, nullptr);
-    }
-}
-
-TEST(CallContext, ProbesAndContextFreeModesAcquireNothing) {
-    CSesModule module(true);
-    for (const uint32_t mode : {11u, 24u, 42u, 43u, 37u}) {
-        SCOPED_TRACE(mode);
-        ca::CryptPacket packet;
-        packet.request.mode = mode;
-        packet.request.test = mode == 37;
-        const CCallContext call(packet, module, module.contexts);
-        EXPECT_EQ(call.context, nullptr);
-        EXPECT_TRUE(call.initString.empty());
-    }
-    EXPECT_EQ(module.contexts.Count(), 0u);
-}
-
-TEST(CallContext, BadForceCertIncludeIsABadRequest) {
-    CSesModule module(true);
-    for (const wchar_t* value :
-         {L"FORCE_CERTINCLUDE=abc", L"FORCE_CERTINCLUDE=99999999999", L"FORCE_CERTINCLUDE="}) {
-        SCOPED_TRACE(value);
-        ca::CryptPacket packet;
-        packet.request.mode = 38;
-        packet.request.extInitParams = value;
-        EXPECT_EQ(CodeOf([&] { const CCallContext call(packet, module, module.contexts); }), ca::kJsonError);
-        EXPECT_EQ(packet.callContext, nullptr);
+        EXPECT_EQ(call.context != nullptr, c.initString != nullptr);
+        EXPECT_EQ(module.contexts.Count(), c.initString != nullptr ? 1u : 0u);
     }
 }
 

@@ -73,17 +73,8 @@ TEST_F(FrameTest, EveryFileDataFormReachesTheOperation) {
         {WithNul(R"({"fileDataUrl":")" + server.Url("/none") + "\"}"),
          R"({"errorCode":16264,"errorMessage":"ERROR Server error"})"}};
     for (const auto& [request, answer] : cases) {
-        SCOPED_TRACE(request);
-        EXPECT_EQ(Call(request).json, answer);
+        EXPECT_EQ(Call(request).json, answer) << request;
     }
-}
-
-TEST_F(FrameTest, LogModeThreeLogsTheRequestData) {
-    module.config.logMode = 3;
-    Call(WithNul(R"({"mode":11,"fileDataSize":3})") + "ABC");
-    const auto lines = log.Take();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines.front(), (SLogLine{L"Request filedata : QUJD", false}));
 }
 
 TEST_F(FrameTest, ForeignExceptionsBecomeExecutionErrors) {

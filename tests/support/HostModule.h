@@ -12,6 +12,17 @@
 // WithNul frames a JSON text the way hosts send it: the text and its NUL.
 inline std::string WithNul(const std::string& json) { return json + std::string(1, '\0'); }
 
+// SetCert2 is the request that adds the certificate record (JSON) for client.
+inline std::string SetCert2(const std::string& client, const std::string& record) {
+    return R"({"mode":45,"clientId":")" + client + R"(","fileData":")" + B64(record) + "\"}";
+}
+
+// StreamId reads "streamId" out of an answer, 0 when absent.
+inline uint32_t StreamId(const std::string& json) {
+    const size_t at = json.find("\"streamId\":");
+    return at == std::string::npos ? 0 : static_cast<uint32_t>(std::stoul(json.substr(at + 11)));
+}
+
 // CHostModule drives libmod_ses.so.1 the way a host does: dlopen, three dlsym, CM_Init.
 class CHostModule {
 public:
@@ -25,8 +36,8 @@ public:
         process =
             reinterpret_cast<decltype(&CM_ProcessClientRequest)>(dlsym(_library, "CM_ProcessClientRequest"));
         release = reinterpret_cast<decltype(&CM_Free)>(dlsym(_library, "CM_Free"));
-        CLogCapture::Clear();
-        module = init(serviceMode, &CLogCapture::CaptureLogLine);
+        CLogScope::Clear();
+        module = init(serviceMode, &CLogScope::Capture);
     }
     ~CHostModule() {
         if (module != nullptr) {

@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <chrono>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -19,9 +20,9 @@ std::string Lower(std::string text) {
 }
 
 std::string Trim(const std::string& text) {
-    const size_t first = text.find_first_not_of(" \t");
+    const size_t first = text.find_first_not_of(" \t\r");
     return first == std::string::npos ? std::string()
-                                      : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+                                      : text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
 int BindLoopback(bool listening, int& port) {
@@ -109,18 +110,12 @@ void CLoopbackHttpServer::_Serve(int connection) {
         }
     }
     SRequest request;
-    const std::string head = data.substr(0, headerEnd);
+    std::istringstream head(data.substr(0, headerEnd));
     data.erase(0, headerEnd + 4);
-    size_t lineEnd = head.find("\r\n");
-    const std::string requestLine = head.substr(0, lineEnd);
-    const size_t space1 = requestLine.find(' ');
-    const size_t space2 = requestLine.rfind(' ');
-    request.method = requestLine.substr(0, space1);
-    request.path = requestLine.substr(space1 + 1, space2 - space1 - 1);
-    while (lineEnd != std::string::npos) {
-        const size_t start = lineEnd + 2;
-        lineEnd = head.find("\r\n", start);
-        const std::string line = head.substr(start, lineEnd == std::string::npos ? lineEnd : lineEnd - start);
+    std::string line;
+    std::getline(head, line);
+    std::istringstream(line) >> request.method >> request.path;
+    while (std::getline(head, line)) {
         if (const size_t colon = line.find(':'); colon != std::string::npos) {
             request.headers[Lower(Trim(line.substr(0, colon)))] = Trim(line.substr(colon + 1));
         }

@@ -8,6 +8,7 @@
 
 #include "base/Encode.h"
 #include "base/Exception.h"
+#include "base/FileUtil.h"
 #include "base/Lng.h"
 
 namespace {
@@ -40,31 +41,36 @@ CTempHome::~CTempHome() {
     std::filesystem::remove_all(_path, ignored);
 }
 
-bool CLogCapture::CaptureLogLine(const wchar_t* text, bool isError) {
+void CTempHome::WriteConfig(const std::string& text) const {
+    ASSERT_TRUE(ca::TryCreateDir(_path + "/.config/OruCryptoSvc"));
+    ASSERT_TRUE(ca::StringToFile(ConfigPath(), text));
+}
+
+bool CLogScope::Capture(const wchar_t* text, bool isError) {
     std::lock_guard<std::mutex> lock(gLogMutex);
     gLines.push_back({text == nullptr ? L"" : text, isError});
     return true;
 }
 
-std::vector<SLogLine> CLogCapture::Take() {
+std::vector<SLogLine> CLogScope::Take() {
     std::lock_guard<std::mutex> lock(gLogMutex);
     std::vector<SLogLine> lines;
     lines.swap(gLines);
     return lines;
 }
 
-void CLogCapture::Clear() { Take(); }
-
 CLogScope::CLogScope(SBinding& binding) : _binding(binding) {
-    CLogCapture::Clear();
-    _previous = _binding.callback.exchange(&CLogCapture::CaptureLogLine);
+    Clear();
+    _previous = _binding.callback.exchange(&Capture);
 }
 
 CLogScope::~CLogScope() { _binding.callback.store(_previous); }
 
-CLanguageScope::CLanguageScope() : _previous(GetVALKOLng()) {}
-
-CLanguageScope::CLanguageScope(const wchar_t* name) : _previous(GetVALKOLng()) { SetVALKOLng(name); }
+CLanguageScope::CLanguageScope(const wchar_t* name) : _previous(GetVALKOLng()) {
+    if (name != nullptr) {
+        SetVALKOLng(name);
+    }
+}
 
 // The stored value is put back as it was, 0 ("nothing selected yet") included.
 CLanguageScope::~CLanguageScope() { CurrentBinding().language.store(_previous); }

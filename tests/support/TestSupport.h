@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gmock/gmock.h>
+
 #include <cstdint>
 #include <functional>
 #include <ostream>
@@ -10,6 +12,9 @@
 #include "base/Binding.h"
 #include "ca/Serializable.h"
 
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
 // CTempHome creates a fresh directory, points HOME at it and restores the old HOME (and removes
 // the directory) when it goes.
 class CTempHome {
@@ -19,6 +24,9 @@ public:
     CTempHome(const CTempHome&) = delete;
     CTempHome& operator=(const CTempHome&) = delete;
     const std::string& Path() const { return _path; }
+    // ConfigPath is the service configuration file under this HOME; WriteConfig writes it.
+    std::string ConfigPath() const { return _path + "/.config/OruCryptoSvc/OruCryptoSvcConfig.ini"; }
+    void WriteConfig(const std::string& text) const;
 
 private:
     std::string _path;
@@ -36,23 +44,18 @@ struct SLogLine {
 // PrintTo shows a log line readably in test failures.
 void PrintTo(const SLogLine& line, std::ostream* out);
 
-// CLogCapture collects log lines through CaptureLogLine, a callback with the host's signature.
-class CLogCapture {
-public:
-    static bool CaptureLogLine(const wchar_t* text, bool isError);
-    static std::vector<SLogLine> Take();  // returns and clears the lines so far
-    static void Clear();
-};
-
-// CLogScope binds CaptureLogLine to binding (the current one unless a module's is given) with no
-// lines captured yet, and puts the previous callback back when it goes, even after a failed ASSERT.
+// CLogScope binds Capture, a log callback with the host's signature, to binding (the current one
+// unless a module's is given) with no lines captured yet, and puts the previous callback back when it
+// goes, even after a failed ASSERT.
 class CLogScope {
 public:
     explicit CLogScope(SBinding& binding = CurrentBinding());
     ~CLogScope();
     CLogScope(const CLogScope&) = delete;
     CLogScope& operator=(const CLogScope&) = delete;
-    static std::vector<SLogLine> Take() { return CLogCapture::Take(); }
+    static bool Capture(const wchar_t* text, bool isError);
+    static std::vector<SLogLine> Take();  // returns and clears the lines so far
+    static void Clear() { Take(); }
 
 private:
     SBinding& _binding;
@@ -63,8 +66,7 @@ private:
 // it selects that language first (SetVALKOLng).
 class CLanguageScope {
 public:
-    CLanguageScope();
-    explicit CLanguageScope(const wchar_t* name);
+    explicit CLanguageScope(const wchar_t* name = nullptr);
     ~CLanguageScope();
     CLanguageScope(const CLanguageScope&) = delete;
     CLanguageScope& operator=(const CLanguageScope&) = delete;

@@ -8,12 +8,9 @@
 #include <fstream>
 #include <iterator>
 
-SToolRun RunSestool(const std::string& dir, const std::vector<std::string>& args, const std::string& input,
-                    const std::string& home, int stderrFd) {
-    const std::string in = dir + "/stdin";
-    const std::string out = dir + "/stdout";
-    const std::string err = dir + "/stderr";
-    std::ofstream(in, std::ios::binary) << input;
+SToolRun CToolTest::Run(const std::vector<std::string>& args, const std::string& input, bool terminalStderr) {
+    const std::string dir = home.Path();
+    std::ofstream(dir + "/stdin", std::ios::binary) << input;
     std::string tool = SES_TOOL_PATH;
     std::vector<std::string> copies(args);
     std::vector<char*> argv{tool.data()};
@@ -21,47 +18,38 @@ SToolRun RunSestool(const std::string& dir, const std::vector<std::string>& args
         argv.push_back(arg.data());
     }
     argv.push_back(nullptr);
-    const std::string config = home + "/.config";
-
-    SToolRun run;
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int fdIn = open(in.c_str(), O_RDONLY);
-        const int fdOut = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        const int fdErr = stderrFd >= 0 ? stderrFd : open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (fdIn < 0 || fdOut < 0 || fdErr < 0 || dup2(fdIn, 0) < 0 || dup2(fdOut, 1) < 0 ||
-            dup2(fdErr, 2) < 0) {
-            _exit(127);
-        }
-        if (!home.empty()) {
-            setenv("HOME", home.c_str(), 1);
-            setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-        }
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        execv(argv[0], argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
-        run.exitCode = WEXITSTATUS(status);
-    }
-    run.out = CToolTest::Read(out);
-    run.err = stderrFd >= 0 ? std::string() : CToolTest::Read(err);
-    return run;
-}
-
-SToolRun CToolTest::Run(const std::vector<std::string>& args, const std::string& input, bool terminalStderr) {
     int master = -1;
     int terminal = -1;
     if (terminalStderr) {
         master = posix_openpt(O_RDWR | O_NOCTTY);
-        EXPECT_GE(master, 0);
         if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0) {
             terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
         }
         EXPECT_GE(terminal, 0);
     }
-    SToolRun run = RunSestool(home.Path(), args, input, home.Path(), terminal);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const int fdIn = open((dir + "/stdin").c_str(), O_RDONLY);
+        const int fdOut = open((dir + "/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int fdErr =
+            terminal >= 0 ? terminal : open((dir + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (fdIn < 0 || fdOut < 0 || fdErr < 0 || dup2(fdIn, 0) < 0 || dup2(fdOut, 1) < 0 ||
+            dup2(fdErr, 2) < 0) {
+            _exit(127);
+        }
+        setenv("HOME", dir.c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (dir + "/.config").c_str(), 1);
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    SToolRun run;
+    int status = 0;
+    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
+        run.exitCode = WEXITSTATUS(status);
+    }
+    run.out = Read(dir + "/stdout");
+    run.err = terminalStderr ? std::string() : Read(dir + "/stderr");
     if (master >= 0) {
         // The terminal side stays open here until the master is drained: no hang-up loses output.
         fcntl(master, F_SETFL, O_NONBLOCK);
@@ -77,6 +65,19 @@ SToolRun CToolTest::Run(const std::vector<std::string>& args, const std::string&
     return run;
 }
 
+SToolRun CToolTest::RunOk(const std::vector<std::string>& args, const std::string& input) {
+    SToolRun run = Run(args, input);
+    EXPECT_EQ(run.exitCode, 0) << Describe(run);
+    return run;
+}
+
+SToolRun CToolTest::RunFails(const std::vector<std::string>& args, int exitCode, const std::string& says) {
+    SToolRun run = Run(args);
+    EXPECT_EQ(run.exitCode, exitCode) << Describe(run);
+    EXPECT_THAT(run.err, HasSubstr(says));
+    return run;
+}
+
 std::string CToolTest::File(const std::string& name, const std::string& bytes) const {
     const std::string path = home.Path() + "/" + name;
     std::ofstream(path, std::ios::binary) << bytes;
@@ -84,9 +85,8 @@ std::string CToolTest::File(const std::string& name, const std::string& bytes) c
 }
 
 void CToolTest::NewCert() {
-    const SToolRun run = Run({"cert", "new", "--id", "ivanov", "--surname", "Ivanov", "--given-name",
-                              "Ivan, Jr", "--organization", "Roga, Kopyta", "--email", "ivan@example.org"});
-    ASSERT_EQ(run.exitCode, 0) << Describe(run);
+    RunOk({"cert", "new", "--id", "ivanov", "--surname", "Ivanov", "--given-name", "Ivan, Jr",
+           "--organization", "Roga, Kopyta", "--email", "ivan@example.org"});
 }
 
 std::string CToolTest::Read(const std::string& path) {

@@ -14,12 +14,6 @@ struct SToolRun {
     std::string err;
 };
 
-// RunSestool runs the built sestool with args as a child process. Its standard streams are files in
-// dir (standard input holds input); home, when not empty, becomes HOME with XDG_CONFIG_HOME under it.
-// stderrFd, when not negative, replaces the standard-error file (a pseudo-terminal, say).
-SToolRun RunSestool(const std::string& dir, const std::vector<std::string>& args,
-                    const std::string& input = {}, const std::string& home = {}, int stderrFd = -1);
-
 // CToolTest runs sestool in a fresh temporary HOME that also holds the test's files.
 class CToolTest : public ::testing::Test {
 public:
@@ -28,14 +22,17 @@ public:
     static size_t Count(const std::string& text, const std::string& what);
 
 protected:
-    // Run starts sestool with args (stdin from input); terminalStderr gives it a pseudo-terminal
-    // as standard error instead of a file.
+    // Run starts sestool with args as a child process, HOME and XDG_CONFIG_HOME under the test's HOME
+    // and standard input from input; terminalStderr gives it a pseudo-terminal as standard error
+    // instead of a file.
     SToolRun Run(const std::vector<std::string>& args, const std::string& input = {},
                  bool terminalStderr = false);
+    // RunOk is Run that expects exit code 0; RunFails expects exitCode and says in standard error.
+    SToolRun RunOk(const std::vector<std::string>& args, const std::string& input = {});
+    SToolRun RunFails(const std::vector<std::string>& args, int exitCode, const std::string& says);
     // File writes bytes to name in the test folder and returns its path.
     std::string File(const std::string& name, const std::string& bytes) const;
     std::string CertFolder() const { return home.Path() + "/.config/VALKO/SesCertificates"; }
-    std::string ConfigPath() const { return home.Path() + "/.config/OruCryptoSvc/OruCryptoSvcConfig.ini"; }
     // NewCert makes the certificate "ivanov" the signing tests use; ", " inside its values must not
     // cut the name out of the module's "SN=..., G=..., O=..." description.
     void NewCert();

@@ -1,10 +1,87 @@
-// Every sestool command refuses bad usage and unreadable input with exit code 2, a message on
-// standard error and nothing on standard output.
+// "sestool request": one request through the module's C interface, the response on stdout; and every
+// command refuses bad usage and unreadable input with exit code 2, a message on standard error and
+// nothing on standard output.
 #include <filesystem>
 
 #include "tests/support/ToolRun.h"
 
 namespace {
+
+using RequestTest = CToolTest;
+
+TEST_F(RequestTest, HelpWinsOverEverythingElse) {
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"--help"},
+                                                 {"help", "request"},
+                                                 {"request", "-h", "missing.json"},
+                                                 {"config", "--help"}}) {
+        EXPECT_THAT(RunOk(args).out, HasSubstr("Usage: sestool"));
+    }
+}
+
+// The exit code follows "errorCode"; stdout is the response JSON on one line. With --data the module
+// must take the file bytes from behind the NUL: a raw "fileDataSize" wins over "fileData" (here
+// undecodable) and replaces a size the bytes would not cover.
+TEST_F(RequestTest, ExitCodeFollowsErrorCode) {
+    const std::string data = File("data.bin", std::string("a\0b\xff", 4));
+    const struct {
+        const char* request;
+        std::vector<std::string> options;
+        int exitCode;
+        const char* json;  // a part of the printed response
+    } cases[] = {{R"({"mode":37})", {}, 0, R"({"errorCode":0,)"},
+                 {R"({"mode":37,"clientId":"me"})", {"--service"}, 0, R"({"errorCode":0,)"},
+                 {R"({"mode":99})", {}, 1, R"("errorCode":16303)"},
+                 {R"({"mode":99})", {"-"}, 1, R"("errorCode":16303)"},  // "-": the request from stdin
+                 {R"({"mode":)", {}, 1, R"("errorCode":16300)"},
+                 // The private-key check runs before "test": --remote must reach the module as isLocal false.
+                 {R"({"mode":14,"test":true})", {"--remote"}, 1, R"({"errorCode":50,"errorMessage":""})"},
+                 {R"({"mode":14,"test":true})", {}, 0, R"({"errorCode":0,"errorMessage":"DONE"})"},
+                 {R"({"mode":24,"fileData":"*"})", {}, 1, R"("errorCode":16118)"},
+                 {R"({"mode":24,"fileData":"*"})", {"--data", data}, 0, R"({"errorCode":0,)"},
+                 {R"({"mode":24,"fileDataSize":1000})", {}, 1, R"("errorCode":16118)"},
+                 {R"({"mode":24,"fileDataSize":1000})", {"--data", data}, 0, R"({"errorCode":0,)"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.request);
+        std::vector<std::string> args{"request"};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        if (c.options.empty() || c.options.back() != "-") {
+            args.push_back(File("request.json", c.request));
+        }
+        const SToolRun run = Run(args, c.request);
+        EXPECT_EQ(run.exitCode, c.exitCode) << Describe(run);
+        EXPECT_THAT(run.out, HasSubstr(c.json));
+        EXPECT_EQ(run.out.find('\n'), run.out.size() - 1) << "one line";
+    }
+}
+
+TEST_F(RequestTest, VerboseShowsModuleLogLines) {
+    const std::string request = File("request.json", R"({"mode":37,"clientId":"me"})");
+    const SToolRun quiet = RunOk({"request", request});
+    EXPECT_THAT(quiet.err, ::testing::Not(HasSubstr("[log]")));
+    const SToolRun verbose = Run({"request", "-v", request});
+    EXPECT_THAT(verbose.err, HasSubstr("[log] Module initialized\n"));
+    EXPECT_THAT(verbose.err, HasSubstr("[log] clientId =  me\n"));
+    EXPECT_EQ(verbose.out, quiet.out);
+}
+
+// CreateHash answers the CRC-64 of the data as decimal text behind the JSON.
+TEST_F(RequestTest, ResponseDataGoesToOutFile) {
+    const std::string hash = File("hash.json", R"({"mode":50})");
+    const std::string data = File("data.bin", "123456789");
+    const std::string out = home.Path() + "/out.bin";
+    EXPECT_THAT(RunOk({"request", "--out", out, File("request.json", R"({"mode":37})")}).err,
+                HasSubstr("carries no file data"));
+    EXPECT_FALSE(std::filesystem::exists(out));
+
+    EXPECT_THAT(RunOk({"request", "--data", data, "--out", out, hash}).out,
+                HasSubstr(R"("fileDataSize":19)"));
+    EXPECT_EQ(Read(out), "7800480153909949255");
+    const SToolRun piped = Run({"request", "--data", data, "--out", "-", hash});
+    EXPECT_EQ(piped.out, "7800480153909949255") << Describe(piped);
+    EXPECT_THAT(piped.err, HasSubstr(R"("fileDataSize":19)"));
+    EXPECT_THAT(RunOk({"request", "--data", data, hash}).err,
+                HasSubstr("19 bytes of file data not saved; use --out FILE"));
+}
 
 using UsageTest = CToolTest;
 
@@ -74,11 +151,7 @@ TEST_F(UsageTest, BadUsageExitsTwo) {
                  {{"config", "show", "extra"}, "expected \"show\" or \"init\""},
                  {{"config", "init", "--bogus"}, "--bogus"}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(::testing::PrintToString(c.args));
-        const SToolRun run = Run(c.args);
-        EXPECT_EQ(run.exitCode, 2) << Describe(run);
-        EXPECT_NE(run.err.find(c.says), std::string::npos) << Describe(run);
-        EXPECT_EQ(run.out, "") << Describe(run);
+        EXPECT_EQ(RunFails(c.args, 2, c.says).out, "") << ::testing::PrintToString(c.args);
     }
     EXPECT_FALSE(std::filesystem::exists(home.Path() + "/x.ses"));
     EXPECT_FALSE(std::filesystem::exists(CertFolder() + "/../x.ses"));
