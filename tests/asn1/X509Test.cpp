@@ -31,7 +31,7 @@ const char kV1Certificate[] =
     "3030305A170D3439313233313233353935395A3000302A300506032B65700321000000000000000000000000000000000000"
     "000000000000000000000000000000300D06092A864886F70D01010505000303000102";
 
-std::string Run(const std::string& command) {
+std::string Output(const std::string& command) {
     std::string out;
     FILE* pipe = popen(command.c_str(), "r");
     if (pipe == nullptr) {
@@ -164,67 +164,11 @@ TEST_F(X509, VersionOneCertificateRecord) {
     EXPECT_EQ(info.hashAlg, L"1.3.14.3.2.26");
     EXPECT_EQ(info.publicKeyAlg + L"|" + info.publicKeyParams, L"1.3.101.112|");
     EXPECT_EQ(decoded.Root().tbsCertificate->subjectPublicKeyInfo->GetKeyLength(), 256u);
-    const std::string json = Json(info);
-    EXPECT_NE(json.find(R"("KeyUsage":0,"KeyUsageStr":"","Error":"","Extensions":[]})"), std::string::npos);
-    ca::CertInfo2 back;
-    rapidjson::Document document;
-    document.Parse(json.c_str());
-    back.FromJson(document);
-    EXPECT_EQ(Json(back), json);
+    EXPECT_NE(Json(info).find(R"("KeyUsage":0,"KeyUsageStr":"","Error":"","Extensions":[]})"),
+              std::string::npos);
 }
 
-TEST_F(X509, EveryPrefixFailsWithACode) {
-    const std::vector<uint8_t> whole = asn1test::Cert("comodo_rsa.der");
-    ASSERT_FALSE(whole.empty());
-    for (size_t size = 0; size < whole.size(); ++size) {
-        std::vector<uint8_t> prefix(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-        EXPECT_NE(CodeOf([&] { ca::CDecoded<CAsn1Certificate> decoded(std::move(prefix)); }), 0u) << size;
-    }
-}
-
-// openssl's view of a certificate: serial, dates and names, from one run of the command line.
-struct SOpensslFacts {
-    std::string serial, notBefore, notAfter, subject, issuer;
-};
-
-SOpensslFacts Openssl(const std::string& path) {
-    const std::string out =
-        Run("openssl x509 -in '" + path +
-            "' -noout -serial -dates -dateopt iso_8601 -nameopt RFC2253,-esc_msb,oid -subject "
-            "-issuer 2>/dev/null");
-    SOpensslFacts facts;
-    const auto value = [&out](const char* key) {
-        const size_t at = out.find(std::string("\n") + key + "=");
-        const size_t start =
-            at == std::string::npos ? (out.rfind(std::string(key) + "=", 0) == 0 ? 0 : out.size()) : at + 1;
-        if (start >= out.size()) {
-            return std::string();
-        }
-        const size_t from = start + std::string(key).size() + 1;
-        return out.substr(from, out.find('\n', from) - from);
-    };
-    facts.serial = value("serial");
-    facts.notBefore = value("notBefore");
-    facts.notAfter = value("notAfter");
-    facts.subject = value("subject");
-    facts.issuer = value("issuer");
-    return facts;
-}
-
-// Iso is a record time "DD.MM.YYYY HH:MM:SS" as openssl's "YYYY-MM-DD HH:MM:SSZ".
-std::string Iso(const std::wstring& time) {
-    const std::string t = ca::u16u8(time);
-    return t.size() < 19 ? t
-                         : t.substr(6, 4) + "-" + t.substr(3, 2) + "-" + t.substr(0, 2) + t.substr(10) + "Z";
-}
-
-std::string Upper(std::string text) {
-    for (char& c : text) {
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
-    return text.size() > 2 && text.rfind("00", 0) == 0 ? text.substr(2) : text;
-}
-
+// Serials and dates are compared with openssl over the fixture set; here the real-world names.
 TEST_F(X509, EveryDebianRootAgreesWithOpenssl) {
     const std::vector<std::string> paths = testsupport::DebianRoots();
     if (paths.empty()) {
@@ -241,18 +185,16 @@ TEST_F(X509, EveryDebianRootAgreesWithOpenssl) {
         const std::vector<uint8_t> der(bytes.get(), bytes.get() + size);
         ca::CDecoded<CAsn1Certificate> decoded(der);
         EXPECT_EQ(decoded.Parser().Build(), der);
-        ca::CertInfo2 info;
-        info.FromAsn1(decoded.Root(), std::time(nullptr));
-        const SOpensslFacts facts = Openssl(path);
-        EXPECT_EQ(Upper(ca::u16u8(info.serial)), facts.serial);
-        EXPECT_EQ(Iso(info.validFromUTC), facts.notBefore);
-        EXPECT_EQ(Iso(info.validToUTC), facts.notAfter);
         CAsn1TBSCertificate& tbs = *decoded.Root().tbsCertificate;
-        if (facts.subject.find('\\') == std::string::npos) {  // openssl escapes, where we would quote
-            EXPECT_EQ(ca::u16u8(tbs.subject->GetString(kNameReverse | kNameOidKeys)), facts.subject);
-        }
-        if (facts.issuer.find('\\') == std::string::npos) {
-            EXPECT_EQ(ca::u16u8(tbs.issuer->GetString(kNameReverse | kNameOidKeys)), facts.issuer);
+        // "subject=..." and "issuer=..." lines, keys as dotted OIDs, last name first.
+        const std::string ours = "subject=" + ca::u16u8(tbs.subject->GetString(kNameReverse | kNameOidKeys)) +
+                                 "\nissuer=" + ca::u16u8(tbs.issuer->GetString(kNameReverse | kNameOidKeys)) +
+                                 "\n";
+        const std::string theirs =
+            Output("openssl x509 -in '" + path +
+                   "' -noout -nameopt RFC2253,-esc_msb,oid -subject -issuer 2>/dev/null");
+        if (theirs.find('\\') == std::string::npos) {  // openssl escapes, where we would quote
+            EXPECT_EQ(ours, theirs);
         }
     }
 }

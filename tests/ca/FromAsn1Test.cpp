@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -22,11 +20,6 @@ namespace {
 using testsupport::Values;
 
 std::string U8(const std::wstring& text) { return ca::u16u8(text); }
-
-std::vector<uint8_t> ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 // NameLines lists a name as openssl's expectations do: "OID=value" per attribute, then the RDN sizes.
 std::vector<std::string> NameLines(CAsn1DistinguishedName* name, std::string& sizes) {
@@ -86,16 +79,8 @@ void CheckCertificate(const testsupport::Expect& expect, ca::CDecoded<CAsn1Certi
         }
     }
     EXPECT_EQ(info.keyUsage, usage);
-    for (const std::string& key : Values(expect, "subjectKeyId")) {
-        const auto& items = info.extensions.items;
-        const auto found = std::find_if(items.begin(), items.end(), [](const ca::CertInfoExtension& e) {
-            return e.oidValue == L"2.5.29.14";
-        });
-        ASSERT_NE(found, items.end());
-        EXPECT_EQ(U8(found->formattedData), key);
-    }
     for (const std::string& key : Values(expect, "authorityKeyId")) {
-        EXPECT_NE(Json(info).find("Идентификатор ключа=" + key), std::string::npos);
+        EXPECT_THAT(Json(info), HasSubstr("Идентификатор ключа=" + key));
     }
 }
 
@@ -171,7 +156,7 @@ TEST(RecordsFromAsn1, AgreeWithOpensslOnTheFixtureSet) {
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
         const testsupport::Expect expect = testsupport::ReadExpect(folder + "/" + name + ".expect");
-        const std::vector<uint8_t> der = ReadBytes(folder + "/" + name + ".der");
+        const std::vector<uint8_t> der = asn1test::ReadFile(folder + "/" + name + ".der");
         const std::string kind = Values(expect, "kind").at(0);
         try {
             if (kind == "cert") {
@@ -195,7 +180,7 @@ TEST(RecordsFromAsn1, AgreeWithOpensslOnTheFixtureSet) {
 
 template <class T>
 ca::CDecoded<T> Fixture(const std::string& name) {
-    return ca::CDecoded<T>(ReadBytes(testsupport::FixtureDir() + "/" + name + ".der"));
+    return ca::CDecoded<T>(asn1test::ReadFile(testsupport::FixtureDir() + "/" + name + ".der"));
 }
 
 TEST(RecordsFromAsn1, CoSignersTimeStampsAndMissingMembers) {
