@@ -26,11 +26,12 @@ extern "C" {
 #endif
 
 /* CMPacket is allocated by the host. The module reads request/requestLength/isLocal and writes
- * response/responseSize. The request buffer is only read, never written (it may be read-only
- * memory), and only during the call: raw file bytes are used in place, not copied, so the host
- * keeps the buffer unchanged until CM_ProcessClientRequest returns. The response is one malloc'ed buffer: the JSON answer, a NUL and, when
- * the answer carries "fileDataSize", that many raw bytes. responseSize counts JSON + NUL + data
- * when data follows, and only the JSON bytes otherwise. The host releases it with free(). */
+ * response/responseSize. The request buffer is only read, never written (it may be read-only memory),
+ * and only during the call: raw file bytes are used in place, not copied, so the host keeps the buffer
+ * unchanged until CM_ProcessClientRequest returns. The response is one malloc'ed buffer: the JSON
+ * answer, a NUL and, when the answer carries "fileDataSize", that many raw bytes. responseSize counts
+ * JSON + NUL + data when data follows, and only the JSON bytes otherwise. The host releases it with
+ * free(). */
 typedef struct CMPacket {
     uint64_t reserved[2];   /* the host's own words; the module never touches them */
     const char* request;    /* UTF-8 JSON, optionally NUL + raw file bytes */
