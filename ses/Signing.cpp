@@ -2,8 +2,9 @@
 // the base64 of the decimal CRC-64 of the data.
 #include <tinyxml.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "base/Encode.h"
 #include "base/ErrorCodes.h"
@@ -48,11 +49,11 @@ void SetAttachedResult(ca::CryptPacket& packet, CSesContainer& container, const 
     }
     ca::MallocPtr answer = ca::AllocOrThrow(kHeadroom + total);
     char* out = reinterpret_cast<char*>(answer.get()) + kHeadroom;
-    std::memcpy(out, printed.data(), mark + open);
-    out += mark + open;
+    // The text around the mark's "A" (copied, not as strings: the block holds no terminator).
+    const auto head = printed.begin() + static_cast<std::ptrdiff_t>(mark + open);
+    out = std::copy(printed.begin(), head, out);
     out += ca::Base64EncodeTo(payload, size, out);
-    const size_t rest = mark + open + 1;
-    std::memcpy(out, printed.data() + rest, printed.size() - rest);
+    std::copy(head + 1, printed.end(), out);
     packet.response.SetObject(
         ca::FileData::WithHeadroom(std::move(answer), static_cast<uint32_t>(total), kHeadroom), true);
 }
